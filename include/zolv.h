@@ -176,6 +176,245 @@ ZOLV_API int zolv_IsMinusInfinity(double x);
 
 /* ---- vectors and matrices ---------------------------------------------------------------------------- */
 /* [section: linear algebra] */
+
+/* A thin layer over the BLAS and LAPACK provider with fixed layout and increments.
+ *
+ * Sizes        int64_t, in elements. A size of 0 or below does nothing (a result of 0 comes back, where one
+ *              is returned) unless a call says otherwise below.
+ * Matrices     row-major and tight: element (i, j) of a rows by cols matrix at index i * cols + j.
+ * Packed       a symmetric or triangular matrix as the rows of its lower triangle: element (i, j), i >= j,
+ *              at index i (i + 1) / 2 + j; n (n + 1) / 2 doubles.
+ * Flags        0 or not 0. op(A) is A, or its transpose where the flag trans... is set.
+ * Arrays       the caller's; inputs and outputs must not overlap.
+ * NaN, infinite values   go through the arithmetic. As usual in this interface a factor of exactly 0 may
+ *              leave an operand unread: beta = 0 overwrites y or C whatever it held, and alpha = 0 may hide
+ *              a NaN of A, B or x.
+ * Threads      may run at once on different data. Large matrix products and solves use the provider's own
+ *              threads; their last bits may depend on how many those are (see zolv_SetMKLReproducibility).
+ * Source       BLAS (Lawson et al. 1979; Dongarra et al. 1988, 1990) and LAPACK, by their CBLAS and LAPACKE
+ *              interfaces. */
+
+/* y := a x + y.
+ *
+ * a  in      factor
+ * x  in      [n]
+ * y  in/out  [n]
+ * n  in      length */
+ZOLV_API void zolv_AXPlusY(double a, const double* x, double* y, int64_t n);
+
+/* y := x, with a stride in either array.
+ *
+ * x     in   n elements, incx apart: [1 + (n - 1) |incx|]
+ * incx  in   stride of x; negative runs backward from the last element
+ * y     out  n elements, incy apart: [1 + (n - 1) |incy|]; what lies between them is left alone
+ * incy  in   stride of y, likewise
+ * n     in   number of elements copied */
+ZOLV_API void zolv_CopyXIntoY(const double* x, int64_t incx, double* y, int64_t incy, int64_t n);
+
+/* The sum of x[i] y[i].
+ *
+ * x  in  [n]
+ * y  in  [n]; may be x
+ * n  in  length; 0 or below gives 0
+ *
+ * Oddity: the order of summation is the provider's and differs between processors. */
+ZOLV_API double zolv_DotProduct(const double* x, const double* y, int64_t n);
+
+/* x := a x.
+ *
+ * a  in      factor; 0 writes zeros
+ * x  in/out  [n]
+ * n  in      length */
+ZOLV_API void zolv_ScaleX(double a, double* x, int64_t n);
+
+/* Exchanges x and y, with a stride in either array; strides and lengths as for zolv_CopyXIntoY.
+ *
+ * x, y        in/out  n elements each, incx and incy apart
+ * incx, incy  in      strides
+ * n           in      number of elements exchanged */
+ZOLV_API void zolv_SwapXAndY(double* x, int64_t incx, double* y, int64_t incy, int64_t n);
+
+/* Index, from 0, of the first element of largest absolute value; 0 for n <= 0.
+ *
+ * x  in  [n]; where a NaN is among them the provider decides
+ * n  in  length */
+ZOLV_API int64_t zolv_IndexToMaxAbsValue(const double* x, int64_t n);
+
+/* Index, from 0, of the first element of smallest absolute value; otherwise as zolv_IndexToMaxAbsValue. */
+ZOLV_API int64_t zolv_IndexToMinAbsValue(const double* x, int64_t n);
+
+/* B := alpha A, or B := alpha A' when transpose is set.
+ *
+ * alpha       in   factor of every element, applied by multiplication also when it is 0 or 1
+ * A           in   [rows * cols], rows by cols
+ * B           out  [rows * cols]; rows by cols, or cols by rows when transpose is set
+ * rows, cols  in   shape of A
+ * transpose   in   flag */
+ZOLV_API void zolv_ScaleTranspose(double alpha, const double* A, double* B, int64_t rows, int64_t cols,
+                                  int transpose);
+
+/* The same in place: AB is rows by cols before the call; after it cols by rows when transpose is set.
+ *
+ * AB  in/out  [rows * cols]
+ *
+ * A transposition of a matrix that is not square needs rows * cols doubles of scratch memory; their failed
+ * allocation is thrown as std::bad_alloc, with AB unchanged. */
+ZOLV_API void zolv_ScaleTransposeIP(double alpha, double* AB, int64_t rows, int64_t cols, int transpose);
+
+/* y := alpha op(A) x + beta y.
+ *
+ * alpha, beta  in      factors
+ * A            in      [rows * cols], rows by cols
+ * x            in      [cols], or [rows] when transpose is set
+ * y            in/out  [rows], or [cols] when transpose is set; not read when beta is 0
+ * rows, cols   in      shape of A; where either is 0 y is left alone, beta notwithstanding
+ * transpose    in      flag */
+ZOLV_API void zolv_MatrixVectorProduct(double alpha, const double* A, const double* x, double beta, double* y,
+                                       int64_t rows, int64_t cols, int transpose);
+
+/* y := alpha A x + beta y for a symmetric A.
+ *
+ * alpha, beta  in      factors
+ * Ap           in      [n (n + 1) / 2], packed
+ * x            in      [n]
+ * y            in/out  [n]; not read when beta is 0
+ * n            in      order of A */
+ZOLV_API void zolv_SymmetricMatVecProduct(double alpha, const double* Ap, const double* x, double beta,
+                                          double* y, int64_t n);
+
+/* A := alpha x x' + A for a symmetric A.
+ *
+ * Ap     in/out  [n (n + 1) / 2], packed
+ * x      in      [n]
+ * alpha  in      factor
+ * n      in      order of A */
+ZOLV_API void zolv_SymmetricMatRankOneUpdate(double* Ap, const double* x, double alpha, int64_t n);
+
+/* x := op(A) x for a triangular A with any diagonal.
+ *
+ * Ap         in      [n (n + 1) / 2]; the triangle row by row: with lower set as told at the head of this
+ *                    section, else the rows of an upper triangle, each from its diagonal element on
+ * x          in/out  [n]
+ * n          in      order of A
+ * lower      in      flag: not 0 for a lower triangle
+ * transpose  in      flag
+ *
+ * Oddity: here and in zolv_SolveTriangularSystem the flag names the lower triangle; in the two matrix-matrix
+ * products below it names the upper one. */
+ZOLV_API void zolv_TriangularMatVecProduct(const double* Ap, double* x, int64_t n, int lower, int transpose);
+
+/* Solves op(A) z = x for a triangular A and writes z over x; arguments as zolv_TriangularMatVecProduct.
+ * No test for singularity: a zero on the diagonal gives infinite or NaN elements. */
+ZOLV_API void zolv_SolveTriangularSystem(const double* Ap, double* x, int64_t n, int lower, int transpose);
+
+/* C := alpha op(A) op(B) + beta C.
+ *
+ * alpha, beta     in      factors
+ * A               in      [m * k]; m by k, or k by m when transA is set
+ * B               in      [k * n]; k by n, or n by k when transB is set
+ * C               in/out  [m * n], m by n; not read when beta is 0
+ * m, n, k         in      sizes
+ * transA, transB  in      flags
+ *
+ * Oddity: with k = 0 nothing happens, so beta is not applied to C. */
+ZOLV_API void zolv_MatrixMatrixProduct(double alpha, const double* A, const double* B, double beta, double* C,
+                                       int64_t m, int64_t n, int64_t k, int transA, int transB);
+
+/* One triangle of C := alpha op(A) op(B) + beta C, for a product known to be symmetric.
+ *
+ * alpha, beta     in      factors
+ * A               in      [n * k]; n by k, or k by n when transA is set
+ * B               in      [k * n]; k by n, or n by k when transB is set
+ * C               in/out  [n * n], n by n; the other triangle is neither read nor written, and with beta 0
+ *                         the named one is not read either
+ * n, k            in      sizes; with k = 0 the triangle is scaled by beta
+ * transA, transB  in      flags
+ * upper           in      flag: not 0 for the upper triangle of C, diagonal included, else the lower */
+ZOLV_API void zolv_MatMatTriangularProduct(double alpha, const double* A, const double* B, double beta,
+                                           double* C, int64_t n, int64_t k, int transA, int transB, int upper);
+
+/* C := alpha A B + beta C, or alpha B A + beta C when right is set, for a symmetric A.
+ *
+ * alpha, beta  in      factors
+ * A            in      m by m, or n by n when right is set; only one triangle of it is read
+ * B            in      [m * n], m by n
+ * C            in/out  [m * n], m by n; not read when beta is 0
+ * m, n         in      shape of C
+ * right        in      flag: A stands to the right of B
+ * upper        in      flag: not 0 for A's upper triangle, else its lower */
+ZOLV_API void zolv_SymmetricMatMatProduct(double alpha, const double* A, const double* B, double beta,
+                                          double* C, int64_t m, int64_t n, int right, int upper);
+
+/* Cholesky factor of a symmetric positive definite matrix: A = L L'.
+ *
+ * A  in/out  [n * n]; only the lower triangle is read, and on success it holds L. The strict upper triangle
+ *            is neither read nor written
+ * n  in      order
+ *
+ * Returns 0, also for n = 0; 30007 if A is not positive definite (the columns of L found so far stand in the
+ * lower triangle), if that triangle holds a NaN (A is unchanged), or if n is negative. Scratch memory is the
+ * provider's; 30007 also when that cannot be had. */
+ZOLV_API int zolv_CholeskyFacUnpack(double* A, int64_t n);
+
+/* Inverse of a symmetric positive definite matrix by its Cholesky factor.
+ *
+ * A  in/out  [n * n]; lower triangle as zolv_CholeskyFacUnpack, on success that of the inverse
+ * n  in      order
+ *
+ * Returns 0; 30007 as zolv_CholeskyFacUnpack, and then no inversion is tried; 30007 also if a diagonal
+ * element of the factor is 0. */
+ZOLV_API int zolv_CholeskyInvUnpack(double* A, int64_t n);
+
+/* Cholesky factor of a packed matrix, packed likewise.
+ *
+ * Ap  in/out  [n (n + 1) / 2], packed
+ * n   in      order
+ *
+ * Returns 0 or 30007, as zolv_CholeskyFacUnpack. */
+ZOLV_API int zolv_CholeskyFacPack(double* Ap, int64_t n);
+
+/* Inverse of a packed matrix by its Cholesky factor, packed likewise.
+ *
+ * Ap  in/out  [n (n + 1) / 2], packed
+ * n   in      order
+ *
+ * Returns 0 or 30007, as zolv_CholeskyInvUnpack. */
+ZOLV_API int zolv_CholeskyInvPack(double* Ap, int64_t n);
+
+/* Copies the lower triangle of A, diagonal included, into packed form. NaNs are copied as they are.
+ *
+ * A   in   [n * n], n by n
+ * Ap  out  [n (n + 1) / 2], packed
+ * n   in   order */
+ZOLV_API void zolv_PackTriangularMat(const double* A, double* Ap, int64_t n);
+
+/* Copies packed elements to the lower triangle of A; its strict upper triangle is left alone.
+ *
+ * Ap  in   [n (n + 1) / 2], packed
+ * A   out  [n * n], n by n
+ * n   in   order */
+ZOLV_API void zolv_UnpackTriangularMat(const double* Ap, double* A, int64_t n);
+
+/* Solves A x = b by LU factorisation with partial pivoting.
+ *
+ * A  in/out  [n * n], n by n; overwritten by its factors: L below the diagonal (its unit diagonal is not
+ *            stored), U on and above it, rows exchanged
+ * b  in/out  [n]; the solution x on success
+ * n  in      order
+ *
+ * Returns 0, also for n = 0; 30000 if U is exactly singular (A holds the factors, b is unchanged), if A or b
+ * holds a NaN (both are unchanged), if n is negative, or if the provider cannot have its scratch memory.
+ * The array of pivots is the only memory allocated here; its failure is thrown as std::bad_alloc. */
+ZOLV_API int zolv_SolveSquareSystem(double* A, double* b, int64_t n);
+
+/* Asks the provider for results that do not depend on the machine's number of processors: from then on its
+ * matrix products and solves run on the calling thread alone. For the whole process and for good; call it
+ * before other threads use the library. The Parallel... exports never depend on the number of threads and
+ * are not affected.
+ *
+ * Returns the provider's status unchanged: 0 for done. */
+ZOLV_API int zolv_SetMKLReproducibility(void);
+
 /* [/section: linear algebra] */
 
 /* ---- normal distribution ----------------------------------------------------------------------------- */
@@ -212,6 +451,38 @@ ZOLV_API int zolv_IsMinusInfinity(double x);
 
 /* ---- order search ------------------------------------------------------------------------------------ */
 /* [section: search] */
+
+/* The default settings: d = D = 0, p and q from 0 to 5, no seasonal terms, with a constant, ranked by AICc. */
+ZOLV_API zolv_BestArimaAutoFindSetting zolv_CreateBestArimaAutoFindSetting(void);
+
+/* Fits every admissible combination of ARMA orders and ranks the results.
+ *
+ * series   in  [count], the caller's; not kept
+ * count    in  its length; a negative count counts as 0
+ * setting  in  the grid, the differences, the constant and the ranking key
+ *
+ * Candidates are all (p, q), or all (p, q, P, Q) when seasonalPeriod >= 2, within the inclusive bounds whose
+ * orders sum to less than 10 with a constant, 11 without; d + D > 1 switches the constant off. Order of
+ * enumeration: Q outermost, then P, then q, and p fastest. Nothing is pruned: each candidate is fitted by
+ * zolv_QorArima and scored by zolv_ArimaLogLikelihood's deviance. With N differenced values and k parameters
+ * (sigma squared and a constant counted): AIC = 2k + dev, AICc = 2kN / (N - (1 + k)) + dev, BIC = k ln N + dev.
+ * A candidate whose fit with a constant breaks is fitted once more without it and carries p + 10000; one whose
+ * fit breaks again, or whose orders are outside 0..5, keeps NaN scores. None is removed.
+ *
+ * Returns the group: models in order of enumeration, order[0] the index of the best. Finite scores precede all
+ * others; equal scores keep their order up to 32 candidates, beyond that their order is fixed but not that of
+ * enumeration. A criterion outside 0..2: order is null. Inverted bounds: count 0. No memory for models, or
+ * more than 2^31 - 1 candidates: an empty group (null, null, 0); none for order: order is null. A null argument:
+ * an empty group. Oddity: with N <= 1 + k the AICc is infinite or its penalty negative, which then ranks first.
+ * Memory: release the group, once, with zolv_CleanUpAfterAutoFindBestArma.
+ * Threads: one OpenMP team over the candidates; the result does not depend on its size. Reentrant.
+ * Source: Hurvich & Tsai (1989) for AICc; the tie order is that of a three-way introsort (Musser 1997). */
+ZOLV_API zolv_BestArmaGroup zolv_AutoFindBestArma(const double* series, int count,
+                                                  const zolv_BestArimaAutoFindSetting* setting);
+
+/* Releases the two arrays of a group, once; null arrays are allowed. */
+ZOLV_API void zolv_CleanUpAfterAutoFindBestArma(zolv_BestArmaGroup group);
+
 /* [/section: search] */
 
 /* ---- power transforms -------------------------------------------------------------------------------- */
