@@ -27,6 +27,11 @@
 
 #ifdef __cplusplus
 extern "C" {
+#    if defined(__clang__)
+/* The records returned by value have exported assignments but trivial copies, so C's convention holds. */
+#        pragma clang diagnostic push
+#        pragma clang diagnostic ignored "-Wreturn-type-c-linkage"
+#    endif
 #endif
 
 /* ---- result codes ------------------------------------------------------------------------------------ */
@@ -330,8 +335,8 @@ ZOLV_API void zolv_MatrixMatrixProduct(double alpha, const double* A, const doub
  * n, k            in      sizes; with k = 0 the triangle is scaled by beta
  * transA, transB  in      flags
  * upper           in      flag: not 0 for the upper triangle of C, diagonal included, else the lower */
-ZOLV_API void zolv_MatMatTriangularProduct(double alpha, const double* A, const double* B, double beta,
-                                           double* C, int64_t n, int64_t k, int transA, int transB, int upper);
+ZOLV_API void zolv_MatMatTriangularProduct(double alpha, const double* A, const double* B, double beta, double* C,
+                                           int64_t n, int64_t k, int transA, int transB, int upper);
 
 /* C := alpha A B + beta C, or alpha B A + beta C when right is set, for a symmetric A.
  *
@@ -494,6 +499,9 @@ ZOLV_API void zolv_CleanUpAfterAutoFindBestArma(zolv_BestArmaGroup group);
 /* [/section: unit root] */
 
 #ifdef __cplusplus
+#    if defined(__clang__)
+#        pragma clang diagnostic pop
+#    endif
 }
 #endif
 

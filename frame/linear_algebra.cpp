@@ -1,0 +1,154 @@
+// frame/linear_algebra.cpp: the exported vector and matrix operations.
+//
+// Every call fixes layout, increments and leading dimensions, and forwards; nothing is computed here. Dense
+// matrices are row-major and tight, packed triangles are the rows of the lower one.
+//
+// Sizes are not validated: a negative one is refused by the provider, which then does nothing (its reports
+// are silenced in frame/provider.cpp). Where the provider would take a negative size for a huge one, or a
+// container would, the call returns first.
+#include <vector>
+
+#include "frame/provider.hpp"
+#include "zolv.h"
+
+namespace {
+
+namespace provider = zolv::provider;
+using provider::integer;
+
+constexpr int solve_failed = 30000;
+constexpr int not_factorised = 30007;
+
+CBLAS_TRANSPOSE op(int transpose) { return transpose != 0 ? CblasTrans : CblasNoTrans; }
+CBLAS_UPLO triangle(bool upper) { return upper ? CblasUpper : CblasLower; }
+int code_of(integer info) { return info != 0 ? not_factorised : 0; }
+
+}  // namespace
+
+extern "C" {
+
+// ---- vectors -----------------------------------------------------------------------------------------
+
+void zolv_AXPlusY(double a, const double* x, double* y, int64_t n) { cblas_daxpy(n, a, x, 1, y, 1); }
+
+void zolv_CopyXIntoY(const double* x, int64_t incx, double* y, int64_t incy, int64_t n) {
+    cblas_dcopy(n, x, incx, y, incy);
+}
+
+double zolv_DotProduct(const double* x, const double* y, int64_t n) { return cblas_ddot(n, x, 1, y, 1); }
+
+void zolv_ScaleX(double a, double* x, int64_t n) { cblas_dscal(n, a, x, 1); }
+
+void zolv_SwapXAndY(double* x, int64_t incx, double* y, int64_t incy, int64_t n) {
+    cblas_dswap(n, x, incx, y, incy);
+}
+
+int64_t zolv_IndexToMaxAbsValue(const double* x, int64_t n) {
+    return static_cast<int64_t>(cblas_idamax(n, x, 1));
+}
+
+int64_t zolv_IndexToMinAbsValue(const double* x, int64_t n) {
+    return static_cast<int64_t>(cblas_idamin(n, x, 1));
+}
+
+// ---- matrices ----------------------------------------------------------------------------------------
+
+void zolv_ScaleTranspose(double alpha, const double* A, double* B, int64_t rows, int64_t cols,
+                         int transpose) {
+    if (rows <= 0 || cols <= 0) return;
+    const auto r = static_cast<std::size_t>(rows), c = static_cast<std::size_t>(cols);
+    provider::MKL_Domatcopy('R', transpose != 0 ? 'T' : 'N', r, c, alpha, A, c, B, transpose != 0 ? r : c);
+}
+
+void zolv_ScaleTransposeIP(double alpha, double* AB, int64_t rows, int64_t cols, int transpose) {
+    if (rows <= 0 || cols <= 0) return;
+    const auto r = static_cast<std::size_t>(rows), c = static_cast<std::size_t>(cols);
+    provider::MKL_Dimatcopy('R', transpose != 0 ? 'T' : 'N', r, c, alpha, AB, c, transpose != 0 ? r : c);
+}
+
+void zolv_MatrixVectorProduct(double alpha, const double* A, const double* x, double beta, double* y,
+                              int64_t rows, int64_t cols, int transpose) {
+    cblas_dgemv(CblasRowMajor, op(transpose), rows, cols, alpha, A, cols, x, 1, beta, y, 1);
+}
+
+void zolv_SymmetricMatVecProduct(double alpha, const double* Ap, const double* x, double beta, double* y,
+                                 int64_t n) {
+    cblas_dspmv(CblasRowMajor, CblasLower, n, alpha, Ap, x, 1, beta, y, 1);
+}
+
+void zolv_SymmetricMatRankOneUpdate(double* Ap, const double* x, double alpha, int64_t n) {
+    cblas_dspr(CblasRowMajor, CblasLower, n, alpha, x, 1, Ap);
+}
+
+// Oddity: in these two a non-zero flag means the lower triangle, in the matrix-matrix products below the
+// upper.
+void zolv_TriangularMatVecProduct(const double* Ap, double* x, int64_t n, int lower, int transpose) {
+    cblas_dtpmv(CblasRowMajor, triangle(lower == 0), op(transpose), CblasNonUnit, n, Ap, x, 1);
+}
+
+void zolv_SolveTriangularSystem(const double* Ap, double* x, int64_t n, int lower, int transpose) {
+    cblas_dtpsv(CblasRowMajor, triangle(lower == 0), op(transpose), CblasNonUnit, n, Ap, x, 1);
+}
+
+void zolv_MatrixMatrixProduct(double alpha, const double* A, const double* B, double beta, double* C,
+                              int64_t m, int64_t n, int64_t k, int transA, int transB) {
+    if (m == 0 || n == 0 || k == 0) return;
+    cblas_dgemm(CblasRowMajor, op(transA), op(transB), m, n, k, alpha, A, transA != 0 ? m : k, B,
+                transB != 0 ? k : n, beta, C, n);
+}
+
+void zolv_MatMatTriangularProduct(double alpha, const double* A, const double* B, double beta, double* C,
+                                  int64_t n, int64_t k, int transA, int transB, int upper) {
+    provider::cblas_dgemmt(CblasRowMajor, triangle(upper != 0), op(transA), op(transB), n, k, alpha, A,
+                           transA != 0 ? n : k, B, transB != 0 ? k : n, beta, C, n);
+}
+
+void zolv_SymmetricMatMatProduct(double alpha, const double* A, const double* B, double beta, double* C,
+                                 int64_t m, int64_t n, int right, int upper) {
+    if (m == 0 || n == 0) return;
+    cblas_dsymm(CblasRowMajor, right != 0 ? CblasRight : CblasLeft, triangle(upper != 0), m, n, alpha, A,
+                right != 0 ? n : m, B, n, beta, C, n);
+}
+
+// ---- factorisations and solve ------------------------------------------------------------------------
+
+int zolv_CholeskyFacUnpack(double* A, int64_t n) {
+    return code_of(LAPACKE_dpotrf(LAPACK_ROW_MAJOR, 'L', n, A, n));
+}
+
+int zolv_CholeskyInvUnpack(double* A, int64_t n) {
+    const int code = zolv_CholeskyFacUnpack(A, n);
+    return code != 0 ? code : code_of(LAPACKE_dpotri(LAPACK_ROW_MAJOR, 'L', n, A, n));
+}
+
+int zolv_CholeskyFacPack(double* Ap, int64_t n) {
+    return code_of(LAPACKE_dpptrf(LAPACK_ROW_MAJOR, 'L', n, Ap));
+}
+
+int zolv_CholeskyInvPack(double* Ap, int64_t n) {
+    const int code = zolv_CholeskyFacPack(Ap, n);
+    return code != 0 ? code : code_of(LAPACKE_dpptri(LAPACK_ROW_MAJOR, 'L', n, Ap));
+}
+
+// The packing calls are column-major, where the lower triangle of a row-major matrix is the upper one.
+void zolv_PackTriangularMat(const double* A, double* Ap, int64_t n) {
+    const integer size = n, one = 1;
+    integer info = 0;
+    provider::mkl_dtppack("U", "N", "N", &size, Ap, &one, &one, &size, &size, A, &size, &info);
+}
+
+void zolv_UnpackTriangularMat(const double* Ap, double* A, int64_t n) {
+    const integer size = n, one = 1;
+    integer info = 0;
+    provider::mkl_dtpunpack("U", "N", "N", &size, Ap, &one, &one, &size, &size, A, &size, &info);
+}
+
+int zolv_SolveSquareSystem(double* A, double* b, int64_t n) {
+    if (n < 0) return solve_failed;
+    std::vector<integer> pivots(static_cast<std::size_t>(n));
+    return LAPACKE_dgesv(LAPACK_ROW_MAJOR, n, 1, A, n, pivots.data(), b, 1) != 0 ? solve_failed : 0;
+}
+
+int zolv_SetMKLReproducibility(void) { return provider::MKL_CBWR_Set(3); }
+
+}  // extern "C"
