@@ -36,6 +36,39 @@ extern "C" {
 
 /* ---- result codes ------------------------------------------------------------------------------------ */
 /* [section: codes] */
+
+/* One list of all result codes: X(code, name, "provoked by"). The enum below expands it; a caller may expand
+ * it too, for a table of messages. Below 30000 a result exists, from 30000 upward it does not. */
+/* clang-format off */
+#define ZOLV_RESULT_CODES(X)                                                                                     \
+    X(0,     done,                   "sum of squares below 1e-30 (an exact fit), random-walk fit done; "         \
+                                     "success of the calls that only fail or succeed")                           \
+    X(10000, converged,              "the convergence test of the search is met")                                \
+    X(10005, no_better_step,         "16 tries found no smaller sum of squares, or a product of two derivative " \
+                                     "scales is below 1e-20")                                                    \
+    X(20000, iterations_used,        "25 iterations without convergence")                                        \
+    X(30000, solve_failed,           "zolv_SolveSquareSystem: the matrix is singular")                           \
+    X(30001, no_memory,              "the model object could not be allocated")                                  \
+    X(30007, not_positive_definite,  "the Cholesky calls: the matrix is not positive definite")                  \
+    X(30018, too_many_parameters,    "more than 10 parameters, the constant counted")                            \
+    X(30023, lag_too_long,           "the largest lag of the AR or MA terms is above 100")                       \
+    X(30025, series_too_short,       "n <= d + D S + 3, or no more differenced values than parameters; a random "\
+                                     "walk with n < 2 (n < 3 with drift); zolv_GetBoxCoxLambda: see there")      \
+    X(30026, no_terms,               "p + q + P + Q = 0 and the model is not a random walk")                     \
+    X(30027, origin_too_early,       "n, or the origin of a forecast, <= p + d + (P + D) S + 1; the origin of a "\
+                                     "forecast is above n")                                                      \
+    X(30028, start_constant_useless, "a start constant is given and the AR start values sum to exactly 1")       \
+    X(30029, orders_out_of_range,    "p, q, P or Q outside 0..5, d, D or S negative, or a parameter vector "     \
+                                     "beyond its room")                                                          \
+    X(30030, recursion_overflow,     "a value of the residual recursion is above 1.001e18 in magnitude")         \
+    X(30031, singular_covariance,    "a derivative step is zero, or the final matrix cannot be inverted in full")\
+    X(30032, polynomial_too_long,    "the generalised AR polynomial of a forecast would exceed 151 terms")
+/* clang-format on */
+
+#define ZOLV_RESULT_CODE_ENUMERATOR(code, name, provoked_by) zolv_code_##name = code,
+typedef enum zolv_ResultCode { ZOLV_RESULT_CODES(ZOLV_RESULT_CODE_ENUMERATOR) } zolv_ResultCode;
+#undef ZOLV_RESULT_CODE_ENUMERATOR
+
 /* [/section: codes] */
 
 /* ---- records ----------------------------------------------------------------------------------------- */
@@ -424,6 +457,91 @@ ZOLV_API int zolv_SetMKLReproducibility(void);
 
 /* ---- normal distribution ----------------------------------------------------------------------------- */
 /* [section: normal] */
+
+/* The standard normal density at (x - mean) / sd.
+ *
+ * x     in  variate, any double
+ * mean  in  location, finite
+ * sd    in  scale, finite and > 0
+ *
+ * Returns exp(-z^2 / 2) / sqrt(2 pi) with z = (x - mean) / sd; 0 for an infinite x; the sign-set NaN for a
+ * NaN x; the missing value for a bad mean or sd, whatever x is.
+ * Oddity: not divided by sd, so for sd other than 1 it does not integrate to 1 over x. Callers rely on it.
+ * Threads: any number at once. */
+ZOLV_API double zolv_NormalPdf(double x, double mean, double sd);
+
+/* The normal distribution function or its complement.
+ *
+ * x     in  variate, any double
+ * mean  in  location, finite
+ * sd    in  scale, finite and > 0
+ * upper in  0: P(X <= x); any other value: P(X > x)
+ *
+ * Returns a probability; 0 or 1 for an infinite x; the sign-set NaN for a NaN x; the missing value for a bad
+ * mean or sd, whatever x is. Tails from 38.4638 standard deviations on are exactly 0.
+ * Oddity: where x is above the mean, the tail is the standard normal one at x itself, not at (x - mean) / sd:
+ * zolv_NormalCdf(5, 3, 1, 0) is 0.99999971, the value at 5. With mean 0 and sd 1 the two are the same. To get
+ * the usual distribution function for other parameters, pass the standardised value with mean 0 and sd 1.
+ * Source: Hill, algorithm AS 66, Applied Statistics 22 (1973); about 9 significant digits in the tail.
+ * Threads: any number at once. */
+ZOLV_API double zolv_NormalCdf(double x, double mean, double sd, unsigned char upper);
+
+/* The normal quantile.
+ *
+ * p     in  probability in [0, 1]
+ * mean  in  location, finite
+ * sd    in  scale, finite and > 0
+ * upper in  0: x with P(X <= x) = p; any other value: x with P(X > x) = p
+ *
+ * Returns mean + z sd; minus and plus infinity for p = 0 and 1 in the lower tail, the reverse in the upper;
+ * the sign-set NaN for a p that is NaN or outside [0, 1]; the missing value for a bad mean or sd, whatever p is.
+ * Unlike zolv_NormalCdf it standardises on both sides of the mean.
+ * Source: Beasley & Springer, algorithm AS 111, Applied Statistics 26 (1977), then at most ten Newton steps on
+ * the tail of AS 66, whose inverse it therefore is.
+ * Threads: any number at once. */
+ZOLV_API double zolv_NormalInvCdf(double p, double mean, double sd, unsigned char upper);
+
+/* zolv_NormalPdf of every element.
+ *
+ * x     in   [n] variates
+ * n     in   count; 0 writes nothing
+ * mean  in   location, finite
+ * sd    in   scale, finite and > 0
+ * out   out  [n], the caller's; may be x itself
+ *
+ * out[i] has the bits of the scalar function at x[i], whatever the number of threads. A bad mean or sd fills
+ * out with the missing value. Runs on an OpenMP team. */
+ZOLV_API void zolv_ParallelNormalPdf(const double* x, uint64_t n, double mean, double sd, double* out);
+
+/* zolv_NormalCdf of every element.
+ *
+ * x     in   [n] variates
+ * n     in   count; 0 writes nothing
+ * mean  in   location, finite
+ * sd    in   scale, finite and > 0
+ * upper in   0: lower tail; any other value: upper tail
+ * out   out  [n], the caller's; may be x itself
+ *
+ * out[i] has the bits of the scalar function at x[i], whatever the number of threads. A bad mean or sd fills
+ * out with the missing value. Runs on an OpenMP team. */
+ZOLV_API void zolv_ParallelNormalCdf(const double* x, uint64_t n, double mean, double sd, unsigned char upper,
+                                     double* out);
+
+/* zolv_NormalInvCdf of every element.
+ *
+ * p     in   [n] probabilities
+ * n     in   count; 0 writes nothing
+ * mean  in   location, finite
+ * sd    in   scale, finite and > 0
+ * upper in   0: lower tail; any other value: upper tail
+ * out   out  [n], the caller's; may be p itself
+ *
+ * out[i] has the bits of the scalar function at p[i], whatever the number of threads; a p[i] that is NaN or
+ * outside [0, 1] affects its own element only. A bad mean or sd fills out with the missing value. Runs on an
+ * OpenMP team. */
+ZOLV_API void zolv_ParallelNormalInvCdf(const double* p, uint64_t n, double mean, double sd, unsigned char upper,
+                                        double* out);
+
 /* [/section: normal] */
 
 /* ---- Student t distribution -------------------------------------------------------------------------- */
