@@ -570,6 +570,30 @@ ZOLV_API void zolv_ParallelNormalInvCdf(const double* p, uint64_t n, double mean
 
 /* ---- exact likelihood -------------------------------------------------------------------------------- */
 /* [section: likelihood] */
+
+/* Exact Gaussian log likelihood of a seasonal ARIMA model with known parameters.
+ *
+ * series  in      [count], not changed
+ * count   in      observations before differencing
+ * model   in      the orders, each of p, q, P, Q 0..5, d and D 0 or more, the period 0 or more (0: the
+ *                 seasonal coefficients are ignored); Parameters in record order: p AR, q MA, P seasonal AR,
+ *                 Q seasonal MA values, then the innovation variance; what stands behind it is not read.
+ *                 Constant is a flag only: non-null takes the mean of the differenced series off. Both
+ *                 polynomials are 1 - c1 B - c2 B^2 ...
+ *
+ * Returns the log likelihood; the missing value when nothing is left after differencing, when the AR
+ * polynomial has a unit root, for a null pointer, a count below 1, an order out of range or a seasonal side
+ * longer than 2^20 lags, and whenever the arithmetic ends in a NaN. Stationarity, invertibility and the sign of
+ * the variance are not tested; the determinant is one running product, so that a long series under a model
+ * that is not invertible may answer -infinity.
+ * Source: innovations form of the exact likelihood, Ansley (1979), Brockwell & Davis (1991) 5.3.
+ * Oddity: where a model has regular and seasonal coefficients on the same side, the coefficient at lag i S + j
+ *   is + c_j C_i, where the multiplied-out product would have - c_j C_i.
+ * Memory: about n^2 doubles for n differenced values, released on return; time grows with n^3. Throws the
+ *   standard allocation failure.
+ * Threads: any number of calls at once. */
+ZOLV_API double zolv_ArimaLogLikelihood(const double* series, int count, const zolv_ArimaModel* model);
+
 /* [/section: likelihood] */
 
 /* ---- order search ------------------------------------------------------------------------------------ */
