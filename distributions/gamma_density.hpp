@@ -1,0 +1,31 @@
+// distributions/gamma_density.hpp: density of the noncentral gamma distribution of shape a and unit scale,
+// the Poisson mixture of gamma densities with weights of mean l.
+//
+// Source: the mixture is summed outward from its largest term; the peak index is the root of the quadratic
+// for
+//         the ratio of consecutive terms. Each direction is counted first and then summed from its smallest
+//         term, so that no terms are stored.
+#pragma once
+
+#include "kernels/log_gamma.hpp"
+
+namespace dru::impl {
+
+// a > 0 and finite, l finite. A NaN x gives the sign-set NaN. A negative l has no distribution: where the
+// peak index is a number the sums are followed, otherwise the sign-set NaN is given, as for a peak above
+// 2^53, beyond which neighbouring indices are the same double.
+class gamma_nc_density {
+public:
+    gamma_nc_density(double a, double l) : a_(a), l_(l), central_(a) {}
+    double operator()(double x) const;
+
+private:
+    double mixture(double x) const;
+
+    double a_, l_;
+    gamma_log_density central_;
+};
+
+double gamma_nc_pdf(double x, double a, double l);
+
+}  // namespace dru::impl

@@ -1,0 +1,127 @@
+// quantiles/noncentral_gamma_quantile.cpp: bracket and bisection on the noncentral gamma tails.
+#include <cmath>
+
+#include "frame/nan.hpp"
+#include "kernels/incomplete_gamma.hpp"
+#include "kernels/normal.hpp"
+#include "quantiles/gamma_quantile.hpp"
+#include "quantiles/noncentral_gamma.hpp"
+#include "quantiles/root_search.hpp"
+
+namespace dru::impl {
+
+namespace {
+
+// Tail at x minus p. Oddity: the upper form alone answers a negative tail, which the complement of a sum
+// slightly above 1 is, with 1 - p.
+class gamma_nc_residual {
+public:
+    gamma_nc_residual(double p, double a, poisson_start_indices& weights, bool upper)
+        : p_(p), a_(a), weights_(weights), upper_(upper) {}
+
+    double operator()(double x) const {
+        if (is_nan(x)) return sign_set_nan - p_;
+        if (x <= 0.0) return upper_ ? 1.0 - p_ : -p_;
+        if (is_infinite(x)) return upper_ ? -p_ : 1.0 - p_;
+        const tail_pair tails =
+            weights_.mean() == 0.0 ? gamma_tails(x, a_) : gamma_nc_tails_remembering(x, a_, weights_);
+        if (!upper_) return tails.lower - p_;
+        return tails.upper < 0.0 ? 1.0 - p_ : tails.upper - p_;
+    }
+
+private:
+    double p_, a_;
+    poisson_start_indices& weights_;
+    bool upper_;
+};
+
+struct bracket {
+    double lo, flo, hi, fhi;
+    bool stuck;  // a walk that cannot go on: the quantile is the sign-set NaN
+};
+
+// A start near the quantile: Wilson-Hilferty's cube root for a large mixture, Fisher's square root for a
+// small shape, and a central quantile scaled to the mean for a small noncentrality.
+double quantile_estimate(double p, double a, double ncp, unsigned char upper) {
+    const double m = a + ncp;
+    const double v = 2.0 * ncp + a;
+    double z = p == 0.5 ? 0.0 : normal_std_quantile(p);
+    if (upper != 0) z = -z;
+    if (a >= 1.0 && ncp >= 1.0) {
+        const double c = std::pow(m, -2.0);
+        const double root = z * std::sqrt(c * v / 9.0) + 1.0 - v * c / 9.0;
+        return m * (root * root * root);
+    }
+    if (a < 1.0 && ncp >= 1.0) {
+        const double root = z + std::sqrt(4.0 * (m * m) / v - 1.0);
+        return root * root * (0.25 * v / m);
+    }
+    const double g = a >= 10000.0 ? gamma_quantile_large(p, a, upper)
+                     : upper != 0 ? gamma_quantile_right(p, a)
+                                  : gamma_quantile_left(p, a);
+    return g * (v / (ncp + a));
+}
+
+bracket gamma_nc_bracket(double p, double a, double ncp, unsigned char upper, const gamma_nc_residual& f) {
+    bracket b{1.0, f(1.0), 0.0, 0.0, false};
+    if (b.flo == 0.0) return b;
+
+    if (upper != 0 ? b.flo < 0.0 : b.flo > 0.0) {  // the root lies below 1: down by a growing factor
+        double s = 1e-5;
+        for (int n = 1; n < 21;) {
+            b.hi = b.lo * s;
+            b.fhi = f(b.hi);
+            if (b.flo * b.fhi <= 0.0) return b;
+            n += 1;
+            b.lo = b.hi;
+            b.flo = b.fhi;
+            s = s * 1e-5;
+        }
+        return b;
+    }
+
+    const auto cannot_go_on = [&b] { return is_nan(b.flo) || is_nan(b.fhi) || b.lo == b.hi; };
+    if (a < 1.0 && ncp < 1.0) {
+        for (;;) {
+            b.hi = 2.0 * b.lo;
+            b.fhi = f(b.hi);
+            if (b.flo * b.fhi <= 0.0) return b;
+            if ((b.stuck = cannot_go_on())) return b;
+            b.lo = b.hi;
+            b.flo = b.fhi;
+        }
+    }
+
+    const double estimate = quantile_estimate(p, a, ncp, upper);
+    const double sd = std::sqrt(2.0 * ncp + a);
+    b.lo = estimate >= 1.0 ? estimate : 1.0;
+    b.flo = f(b.lo);
+    const bool rising = upper != 0 ? b.flo > 0.0 : b.flo <= 0.0;
+    const double direction = rising ? 1.0 : -1.0;
+    double w = b.lo;
+    for (;;) {
+        w = w + direction * sd;
+        b.hi = w >= 1.0 ? w : 1.0;
+        b.fhi = f(b.hi);
+        if (b.flo * b.fhi <= 0.0) return b;
+        if ((b.stuck = cannot_go_on())) return b;
+        b.lo = b.hi;
+        b.flo = b.fhi;
+        w = b.lo;
+    }
+}
+
+}  // namespace
+
+double gamma_nc_quantile(double p, double a, double ncp, unsigned char upper) {
+    poisson_start_indices weights(ncp);
+    const gamma_nc_residual f(p, a, weights, upper != 0);
+    const bracket b = gamma_nc_bracket(p, a, ncp, upper, f);
+    if (b.stuck) return sign_set_nan;
+    if (b.flo == 0.0) return b.lo;
+    if (b.fhi == 0.0) return b.hi;
+    unsigned char failed = 0;
+    return solve_bracketed(b.lo, b.flo, b.hi, b.fhi, f, failed);
+}
+
+}  // namespace dru::impl

@@ -1,0 +1,38 @@
+// quantiles/noncentral_sums.hpp: what the noncentral mixture sums share: their constants and the Poisson
+// indices at which they start.
+#pragma once
+
+#include <optional>
+
+namespace dru::impl {
+
+inline constexpr double series_start_tail = 5e-15;  // Poisson tail probability at which a sum starts
+inline constexpr double series_tolerance = 5e-15;   // bound on the remainder relative to the total
+inline constexpr double series_ceiling = 750000.0;  // terms in each direction
+inline constexpr double tail_switch = 0.9;          // a tail above it is summed from the other side
+
+// Beyond 2^53 an index no longer moves when 1 is added to it.
+inline constexpr double largest_index = 9007199254740992.0;
+
+// The two indices at which the mixture sums of a given mean start, found on first need: they depend on the
+// mean alone and cost as much as the rest of a sum.
+class poisson_start_indices {
+public:
+    explicit poisson_start_indices(double mean) : mean_(mean) {}
+    double mean() const { return mean_; }
+
+    // Finds both; afterwards first() and last() only read, so that a team may share the object.
+    void prepare();
+    // Keeps what it finds for the next call.
+    double remember_first();
+    double remember_last();
+
+    double first() const;  // first index of any weight
+    double last() const;   // last index of any weight
+
+private:
+    double mean_;
+    std::optional<double> first_, last_;
+};
+
+}  // namespace dru::impl
