@@ -112,7 +112,7 @@ inline constexpr double remainder_shift_limit = 9.0;
 // The constants of the first form are -zeta(3)/3, pi^2/12 and 1 - Euler's constant.
 inline double log_gamma_remainder(double x) {
     if (x <= remainder_expansion_limit) {
-        return x * ((-0.4006856343865313 * x + 0.8224670334241132) + (0.42278433509846713 - std::log(x)));
+        return x * ((-0.4006856343865313 * x + 0.8224670334241132) * x + (0.42278433509846713 - std::log(x)));
     }
     if (x > remainder_shift_limit) return std::log(std::sqrt(x * two_pi)) + stirling_series(x);
     return log_gamma_shift(1.0 + x) - x * (std::log(x) - 1.0);
