@@ -7,8 +7,6 @@
 // Range:  a >= 0, x > 0, both finite, unless said otherwise; a NaN comes out as a NaN from the ratios.
 #pragma once
 
-#include <cstdint>
-
 #include "kernels/log_gamma.hpp"
 #include "kernels/tail_pair.hpp"
 
@@ -24,8 +22,11 @@ tail_pair gamma_tails(double x, double a);
 double gamma_lower_ratio(double a, double x);
 double gamma_upper_ratio(double a, double x);
 
-// gamma_upper_ratio without its turn to the normal form at large shapes: the limit form of the incomplete
-// beta function for a huge second shape sums it at any shape.
+// gamma_upper_ratio without its turn to the normal form above gamma_normal_shape: the limit form of the
+// incomplete beta function for a huge second shape sums it at shapes beyond that one too. The sum takes some
+// 60 sqrt(a) steps at most; above gamma_series_shape the normal form stands in for it after all, where its
+// error, of the order a^-2, is out of sight.
+inline constexpr double gamma_series_shape = 1e12;
 double gamma_upper_ratio_series(double a, double x);
 
 // Q(a, x) / f for 0 <= a < 1: what remains of the upper series.
@@ -52,10 +53,10 @@ public:
 
 private:
     gamma_log_density log_density_;
-    double median_;
-    std::int64_t whole_shape_;  // floor(a)
-    double fraction_;           // a - floor(a)
-    double one_minus_ratio_;    // gamma_one_minus_ratio(fraction_)
+    double median_;           // gamma_median_estimate(a)
+    double whole_;            // floor(a): how many steps the finite part of the upper series may take
+    double fraction_;         // a - floor(a)
+    double one_minus_ratio_;  // gamma_one_minus_ratio(fraction_)
 };
 
 }  // namespace dru::impl
