@@ -634,10 +634,162 @@ ZOLV_API void zolv_CleanUpAfterAutoFindBestArma(zolv_BestArmaGroup group);
 
 /* ---- power transforms -------------------------------------------------------------------------------- */
 /* [section: transforms] */
+
+/* The power transform of a series, and the ways back. It is the signed power, not the scaled Box-Cox form
+ * (x^lambda - 1) / lambda:
+ *
+ *     lambda = 0   ln x
+ *     lambda = 1   x, copied bit for bit
+ *     lambda > 0   x^lambda
+ *     lambda < 0   -(x^lambda), so that order is kept
+ *
+ * What the five functions have in common. There are no result codes: bad input flows through the arithmetic,
+ * so that a negative x under a fractional power or x <= 0 under the logarithm gives the NaN or infinity of
+ * the mathematics library. A missing value is transformed like any number. A count of 0 or less, or a null
+ * array, writes nothing. A NaN lambda writes nothing either (the interval form excepted, see there); -0.0
+ * counts as 0. An output array may be an input array. Nothing is allocated.
+ * Threads: any number at once. */
+
+/* The transform itself.
+ *
+ * values  in   [count] the series; positive for the logarithm and for fractional or negative powers
+ * count   in   number of elements
+ * lambda  in   the power; 0 the logarithm
+ * out     out  [count], the caller's */
+ZOLV_API void zolv_QorPowerTransform(const double* values, int32_t count, double lambda, double* out);
+
+/* The plain inverse: exp x, x, x^(1/lambda), (-x)^(1/lambda). On fitted values or forecasts it estimates the
+ * median on the scale of the data; the two forms below estimate the mean.
+ *
+ * values  in   [count] transformed values
+ * count   in   number of elements
+ * lambda  in   the power of the transform
+ * out     out  [count], the caller's, in the units of the data */
+ZOLV_API void zolv_InverseQorPowerTransform(const double* values, int32_t count, double lambda, double* out);
+
+/* The inverse for fitted values, with a second-order correction for bias. With v the variance and
+ * c = (v / 2) (1 - lambda) / lambda^2:
+ *
+ *     lambda = 0   exp(x) (v / 2 + 1)
+ *     lambda = 1   x, copied
+ *     lambda > 0   x^(1/lambda) (c / x^2 + 1)
+ *     lambda < 0   (-x)^(1/lambda) (c / x^2 + 1)
+ *
+ * values    in   [count] fitted values on the transformed scale
+ * count     in   number of elements
+ * lambda    in   the power of the transform
+ * variance  in   one residual variance on the transformed scale, for all elements: a variance, not a
+ *                standard deviation
+ * out       out  [count], the caller's, in the units of the data
+ *
+ * A value of 0 divides by 0: with lambda between 0 and 1 the element is NaN. */
+ZOLV_API void zolv_InverseQorPowerTransformFit(const double* values, int32_t count, double lambda,
+                                               double variance, double* out);
+
+/* The inverse for forecasts: as the form for fitted values, with v = e^2 for the standard error e of each
+ * element.
+ *
+ * values          in   [count] forecasts on the transformed scale
+ * count           in   number of elements
+ * lambda          in   the power of the transform
+ * standardErrors  in   [count] their standard errors, not variances; not read with lambda = 1
+ * out             out  [count], the caller's, in the units of the data */
+ZOLV_API void zolv_InverseQorPowerTransformForecast(const double* values, int32_t count, double lambda,
+                                                    const double* standardErrors, double* out);
+
+/* The inverse for limits. No correction: a limit is a quantile, and quantiles go through as they are.
+ *
+ *     lambda = 0   exp of each
+ *     lambda > 0   if upper > 0 and upper > lower: upper^(1/lambda), and lower^(1/lambda) or, for
+ *                  lower <= 0, exactly 0. Otherwise both are the missing value.
+ *     lambda < 0   (-x)^(1/lambda) of each limit x < 0, the missing value for any other x. The two are
+ *                  taken one by one: neither compared nor swapped.
+ *
+ * lower     in   [count] lower limits on the transformed scale
+ * upper     in   [count] upper limits
+ * count     in   number of elements
+ * lambda    in   the power of the transform; a NaN takes the branch of lambda < 0
+ * lowerOut  out  [count], the caller's, in the units of the data
+ * upperOut  out  [count], likewise
+ *
+ * Oddity: lambda = 1 has no branch of its own. A negative lower limit comes back as 0, and an upper limit of
+ * 0 or below makes both missing, although the transform is the identity. */
+ZOLV_API void zolv_InverseQorPowerTransformInterval(const double* lower, const double* upper, int32_t count,
+                                                    double lambda, double* lowerOut, double* upperOut);
+
+/* Guerrero's choice of the power for a series: the lambda for which sd / mean^(1 - lambda) varies least over
+ * consecutive groups of the series, by their coefficient of variation. It is not rounded.
+ *
+ * series       in   [count] the data, positive; 1.23456e30 is a missing observation, and so is a NaN or an
+ *                   infinity
+ * count        in   number of observations
+ * groupLength  in   observations per group: the seasonal period where there is one; below 2 counts as 2.
+ *                   Groups are aligned to the end of the series, the remainder at its front is unused. A group
+ *                   with a missing observation is left out whole.
+ * lower        in   end of the search interval, finite; -1 is usual
+ * upper        in   the other end, finite, above lower; 2 is usual
+ * tolerance    in   absolute tolerance on lambda, finite, 0 or more; 1e-6, say
+ * out          out  lambda; one double, the caller's
+ *
+ * Returns 0, or 30025 if fewer than two groups are usable (a null series or a count below 4 has none), with
+ * the missing value in *out. With a null out nothing is written.
+ * The answer is the minimum that the search finds inside the interval if it is better than the lower end;
+ * otherwise the better end, exactly. With a NaN objective at the lower end or at the point found, lower is
+ * returned only if it is better than upper, else upper.
+ * Oddity: the upper end is not looked at when the lower one is worse than the point found.
+ * An interval that is NaN or infinite, or a tolerance that is NaN, infinite or negative, is not searched:
+ * the first point of the golden section and the ends compete, the code is 0. A group mean of 0 or below
+ * makes the objective NaN or infinite for most lambda; the same comparisons then decide. lower >= upper is
+ * not an error.
+ * Source: Guerrero, Journal of Forecasting 12 (1993); the minimiser is Brent's (1973) localmin, here ended
+ * after 10000 passes at the latest.
+ * Memory: working space of 16 bytes per group. Threads: any number at once. */
+ZOLV_API int zolv_GetBoxCoxLambda(const double* series, int count, int groupLength, double lower, double upper,
+                                  double tolerance, double* out);
+
 /* [/section: transforms] */
 
 /* ---- unit-root test ---------------------------------------------------------------------------------- */
 /* [section: unit root] */
+
+/* The augmented Dickey-Fuller test of a unit root: regresses the first difference of a series on its lagged
+ * level, on deterministic terms and on lagged differences, and reports the t ratio of the level. The null
+ * hypothesis is a unit root; a small p-value, or a statistic below a critical value, speaks against it.
+ *
+ * series        in   [count] the data, oldest first
+ * count         in   number of observations, 2 or more
+ * lags          in   lagged differences in the regression, or the most to try; negative asks for the default
+ *                    12 (count / 100)^(1/4), truncated
+ * lagMethod     in   how many are kept: 0 minimum AIC; 1 minimum BIC; 2 backward elimination until the last
+ *                    one is significant; any other value: lags as given.
+ *                    With 0 to 2 all candidates are compared on the rows of the longest regression; the one
+ *                    chosen is then estimated on all the rows it has. Ties go to more lags.
+ * regression    in   deterministic terms: 0 constant; 1 constant and trend; 2 constant, trend and squared
+ *                    trend; 3 none
+ * significance  in   two-sided level of lagMethod 2 as a fraction, judged by the t distribution; a value
+ *                    outside (0, 1), NaN included, counts as 0.05. Not used by the other methods.
+ * out           out  the record, the caller's. All seven fields are set when there is a finite statistic.
+ *                    Initialise it in C (in C++ its constructor does), since not all are set otherwise.
+ *
+ * Always returns 0. These have no test: statistic is the missing value and the other fields stay as they
+ * were: a null series; a count below 2; a regression outside 0 to 3; lags of count - 1 or more; more
+ * regressors than rows, which are count - 1 - lags, also while the longest regression of lagMethod 0 to 2 is
+ * looked at; a series that leaves no column undropped. A null out: nothing happens.
+ * A NaN or an infinity in the series makes statistic the missing value; so does a series whose level depends
+ * on nothing (a constant one), or a regression with as many regressors as rows. sampleSize and lagCount are
+ * then set, the p-value and the critical values stay as they were. An infinite statistic, of an exact fit,
+ * leaves those four alone too.
+ *
+ * Columns whose norm, after the earlier ones are taken out, is not above 1e-12 are dropped as dependent. The
+ * limit is absolute: rescale a series in very small units.
+ * Oddity: if the longest lags are dropped, sampleSize is that of the last lag kept, and the residual sum of
+ * squares takes in that many rows, some of which the factorisation has not reached.
+ * Source: Said & Dickey, Biometrika 71 (1984); p-values MacKinnon, JBES 12 (1994); critical values MacKinnon,
+ * Queen's Economics Department working paper 1227 (2010).
+ * Memory: about (lags + 4) count doubles, released on return. Threads: any number at once. */
+ZOLV_API int zolv_AugmentedDickeyFuller(const double* series, int count, int lags, int lagMethod, int regression,
+                                        double significance, zolv_UnitRootTest* out);
+
 /* [/section: unit root] */
 
 #ifdef __cplusplus
