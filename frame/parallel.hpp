@@ -5,16 +5,33 @@
 // threshold and no thread count is asked for: whether to fork is the OpenMP runtime's decision.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <exception>
 
 #include "frame/nan.hpp"
 
+// LLVM's OpenMP runtime, which both compilers' regions run on; its header would be the compiler's own.
+extern "C" void kmp_set_warnings_off(void);
+
 namespace dru::impl {
 
+// Calls body(0) ... body(n - 1). An exception may not leave a region: the first one caught is thrown again on
+// the caller's thread after the last element, so that a failed allocation reaches the caller like any other.
 template <class Body>
 void parallel_for(std::uint64_t n, const Body& body) {
+    kmp_set_warnings_off();  // "Cannot form a team with ..." and the like; the smaller team does the work
+    std::atomic<bool> failed{false};
+    std::exception_ptr failure;
 #pragma omp parallel for schedule(static)
-    for (std::uint64_t i = 0; i < n; ++i) body(i);
+    for (std::uint64_t i = 0; i < n; ++i) {
+        try {
+            body(i);
+        } catch (...) {
+            if (!failed.exchange(true)) failure = std::current_exception();
+        }
+    }
+    if (failed) std::rethrow_exception(failure);
 }
 
 // What a failed parameter check writes; no team is started for it.
