@@ -12,7 +12,8 @@
 //   after MakeForecast           forecasts and weights, until a call with another origin or count. The first
 //                                one that gets as far as a forecast puts the raw series into w behind the
 //                                margin; backcasts stay;
-//   after a failed Estimate      nothing but the destructor and another Estimate.
+//   after a failed Estimate      nothing but the destructor.
+// Estimate is called once.
 // Owns everything but the series (borrowed for life) and the start values (borrowed until Estimate returns).
 #pragma once
 
@@ -90,6 +91,8 @@ private:
     using Index = std::ptrdiff_t;
     static constexpr Index margin = 100;  // backcast room in front of the series
     static constexpr int max_parameters = 10;
+    static constexpr Index ma_room = 150;  // lag m of the forecast's MA side stands at m - 1,
+    static constexpr Index ar_room = 151;  // and of its AR side at m
     using Parameters = std::array<double, max_parameters>;
     using Lags = std::array<std::int64_t, zolv::time_series::max_order>;
     using StartSlots = std::array<double, zolv::time_series::max_order>;
@@ -119,9 +122,9 @@ private:
     };
     int MarquardtSearch();
     bool MarquardtStep(double lambda, Step& step);
-    bool TakeDerivatives(Index& rowStart);
+    bool TakeDerivatives();
     int FormNormalEquations();
-    bool FindBetterStep(Step& step, double sum, int& result);
+    int FindBetterStep(double sum, Step& step);
     bool Converged() const;
     void RecordRow(double sum);
 
@@ -166,7 +169,7 @@ private:
     // ---- residual recursion
     bool backcastDone_ = false;
     bool backcastExhausted_ = false;
-    Index firstIndex_ = 0;  // the first index that enters the sums
+    Index firstIndex_ = margin;  // the first index that enters the sums
     TermCoefficients arCoefficient_{}, maCoefficient_{};
     std::vector<double> e_, a_, w_;  // residuals, backward residuals, working series
 
@@ -177,6 +180,7 @@ private:
     std::vector<double> X_;  // derivatives: k columns of n + 100
     SmallMatrix work_{}, normal_{};
     std::vector<std::vector<double>> history_;
+    std::size_t historyRows_ = 0;  // rows written while the search runs
 
     // ---- results
     double sigmaSquared_ = 0.0;
@@ -187,8 +191,8 @@ private:
     bool forecastReady_ = false;
     int leads_ = 0, origin_ = 0;
     std::vector<double> forecasts_, forecastSe_, psi_;
-    std::array<double, 150> polyMa_{};
-    std::array<double, 151> polyAr_{}, polyWork_{};
+    std::array<double, ma_room> polyMa_{};
+    std::array<double, ar_room> polyAr_{}, polyWork_{};
     Index degree_ = 0;  // the larger of the two degrees
 };
 
