@@ -3,8 +3,11 @@
 
 #include <omp.h>
 
-// The runtime keeps what it allocates for a region inside a caller's region; the leak checker need not say so.
-extern "C" __attribute__((used, weak)) const char* __lsan_default_suppressions() { return "leak:libomp.so"; }
+// The runtime keeps what it allocates for a region inside a caller's region; the leak checker need not say
+// so.
+extern "C" __attribute__((used, weak, visibility("default"))) const char* __lsan_default_suppressions() {
+    return "leak:libomp.so";
+}
 
 namespace zolv_test {
 
