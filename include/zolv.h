@@ -566,6 +566,206 @@ ZOLV_API void zolv_ParallelNormalInvCdf(const double* p, uint64_t n, double mean
 
 /* ---- ARIMA models: fits, forecasts, reports ---------------------------------------------------------- */
 /* [section: arima] */
+
+/* What holds for all calls of this section.
+ *
+ * Models: (1 - sum phi_i B^i)(1 - sum Phi_i B^iS) (1 - B)^d (1 - B^S)^D x_t = constant
+ *   + (1 - sum theta_i B^i)(1 - sum Theta_i B^iS) a_t. Mind the minus signs on the MA side: other programs write
+ *   1 + theta B.
+ * Two classes: (0, 1, 0) without seasonal orders is a Gaussian random walk, fitted in closed form; everything
+ *   else is fitted by conditional least squares with backcasting and a Marquardt search (Box & Jenkins 1976,
+ *   chapter 7). The period is taken as 0 when P = D = Q = 0.
+ * Orders of parameters: record order is AR, MA, seasonal AR, seasonal MA; fit order is AR, seasonal AR, MA,
+ *   seasonal MA, constant. Only zolv_QorArima and zolv_ArimaLogLikelihood use the record order.
+ *   Oddity: kept as it is, because both have their callers.
+ * Codes: below 30000 a result exists: 10000 converged; 10005 no improving step was found; 20000 25 iterations
+ *   were used; 0 a random walk, or a sum of squares below 1e-30. From 30000 upward there is none.
+ * Bad input: a null handle answers 0 or the missing value and nothing is written; a negative count is 0; no
+ *   getter writes more than there is, and none writes to a null array.
+ * Memory: the handle is the library's and ends with zolv_DeleteArimaModelPtr; it keeps the pointer to the series,
+ *   which the caller keeps alive and unchanged as long as the handle. All arrays are the caller's. A failed
+ *   allocation other than that of the handle is thrown as the standard exception; nothing is leaked, and a
+ *   handle can go on being used.
+ * Threads: different handles at once, and the fit calls at once; one handle from one thread at a time, because
+ *   forecasts rewrite its buffers. */
+
+/* Fits a model and keeps it.
+ *
+ * series  in      [n], observations in order of time; kept by the handle, not copied
+ * n       in      observations
+ * model   in      orders (each of p, q, P, Q 0..5; d, D and the period 0 or more). Constant: null for a model
+ *                 without a constant. Parameters: null for start values of 0.1, else [p + q + P + Q] start values
+ *                 in fit order, taken as they stand, NaN included; then *Constant is the constant's start value.
+ *                 Not written
+ * code    out     result code; may be null
+ *
+ * Returns a handle if the code is below 30000, else null: 30001 no memory for the model object; 30018 more than 10
+ * parameters, the constant counted; 30023 a term lag above 100; 30025 n <= d + D S + 3, or no more differenced
+ * values than parameters, or a random walk with n < 2 (n < 3 with drift); 30026 p + q + P + Q = 0 and no random
+ * walk; 30027 n <= p + d + (P + D) S + 1; 30028 a start constant is given and the AR start values sum to exactly 1;
+ * 30029 an order out of range, or a null model; 30030 the residual recursion overflowed, which NaN and infinite
+ * observations may cause; 30031 no covariance matrix at the end. A null series, and an n above 2147483547, count
+ * as n = 0. The object of a failed fit is released here.
+ * Start values below 0.005 in magnitude become 0.1. */
+ZOLV_API zolv_ArimaHandle zolv_MakeArimaModelPtr(const double* series, uint32_t n, zolv_ArimaModel* model,
+                                                 uint32_t* code);
+
+/* Releases *handle and sets it to null. A null pointer and a null handle are left alone. */
+ZOLV_API void zolv_DeleteArimaModelPtr(zolv_ArimaHandle* handle);
+
+/* Fits a model and writes the estimates back into the record; nothing is kept.
+ *
+ * series  in      [n]
+ * n       in      observations
+ * model   in/out  orders as above. Parameters in: [p + q + P + Q] start values in record order, of which a NaN or an
+ *                 infinity is replaced by 0.1. Out: [p + q + P + Q + 1] estimates in record order, then sigma
+ *                 squared. Constant in: start value, none if NaN or infinite; out: the estimate. A random walk
+ *                 reads no start values and writes sigma squared to Parameters[0] and the drift to *Constant
+ *
+ * Returns the codes of zolv_MakeArimaModelPtr but for 30001; a null record or null Parameters answer 30029. From
+ * 30000 upward nothing is written. */
+ZOLV_API int zolv_QorArima(const double* series, uint32_t n, zolv_ArimaModel* model);
+
+/* Copies the first `count` estimates in fit order, the constant last; a random walk has its drift or nothing.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * count   in      values wanted
+ * out     out     [count] */
+ZOLV_API void zolv_GetEstimatedParameter(zolv_ArimaHandle handle, int count, double* out);
+
+/* Residual variance: sum of squares over (differenced values - parameters); of a random walk the mean square, with
+ * drift times (n - 1) / (n - 2). The missing value for a null handle. */
+ZOLV_API double zolv_GetSigmaSquared(zolv_ArimaHandle handle);
+
+/* Forecasts from a fitted model, in the units of the series.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr; the series it was given must still be alive
+ * origin  in      observations used, 1..n; the last one is series[origin - 1]
+ * count   in      leads ahead, 0..150; beyond that the MA and psi coefficients count as 0 and the forecast goes on;
+ *                 0 writes nothing
+ * out     out     [count]; lead i + 1 at index i
+ *
+ * Returns 0; 30027 if origin <= p + d + (P + D) S + 1 or origin > n; 30032 if the generalised AR polynomial would
+ * exceed 151 terms. On failure nothing is written. A random walk always returns 0; an origin outside 1..n gets the
+ * missing value at every lead.
+ * Oddity: the same refused request made twice in a row returns 0 the second time, and writes missing values.
+ * Source: Box & Jenkins (1976), 5.1: future shocks are 0, past ones the fitted residuals, backcasts included. */
+ZOLV_API int zolv_GetForecast(zolv_ArimaHandle handle, int origin, int count, double* out);
+
+/* Standard errors of the forecasts, by the psi weights; those of a random walk are sqrt(lead) sigma.
+ * Arguments, codes and what is written as for zolv_GetForecast. */
+ZOLV_API int zolv_GetForecastStandardError(zolv_ArimaHandle handle, int origin, int count, double* out);
+
+/* Forecasts with symmetric limits from a fitted model.
+ *
+ * handle      in      from zolv_MakeArimaModelPtr; the series it was given must still be alive
+ * confidence  in      two-sided level as a fraction: 0.95, not 95; a NaN makes the limits missing values
+ * origin      in      observations used; the last one is series[origin - 1]
+ * count       in      leads ahead, 0..150; 0 writes nothing
+ * lower       out     [count], the caller's; lead i + 1 at index i, in the units of the series; may be null
+ * upper       out     [count], likewise
+ *
+ * Codes and what is written as for zolv_GetForecast.
+ * Source: the quantile is Abramowitz & Stegun 26.2.23 (error below 4.5e-4), not zolv_NormalInvCdf.
+ * Oddity: confidence = 1 puts the limits 1e35 standard errors away, -1 as far with lower above upper; they are not
+ *   infinite. */
+ZOLV_API int zolv_GetForecastLimit(zolv_ArimaHandle handle, double confidence, int origin, int count, double* lower,
+                                   double* upper);
+
+/* Number of residuals: n - d - D S, of a random walk n - 1. */
+ZOLV_API int zolv_GetMaxResidualCount(zolv_ArimaHandle handle);
+
+/* Copies the first `count` residuals, in order of time.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * count   in      values wanted, at most zolv_GetMaxResidualCount
+ * out     out     [count]; index i belongs to series[n - zolv_GetMaxResidualCount + i] */
+ZOLV_API void zolv_GetResidual(zolv_ArimaHandle handle, int count, double* out);
+
+/* Copies the first `count` fitted values, observation less residual. Arguments as for zolv_GetResidual. */
+ZOLV_API void zolv_GetFit(zolv_ArimaHandle handle, int count, double* out);
+
+/* Estimates with standard errors, t and two-sided p values, in fit order. Nothing for a random walk.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * table   in      four arrays of the caller's, each [p + q + P + Q], one more with a constant, and one more again
+ *                 with a constant where d + D = 0; a null one is left out
+ *
+ * Row i is coefficient i. With a constant the next row is the constant's; t and p there are those of the process
+ * mean, and its standard error is the mean's times constant / mean. Where d + D = 0 a row with the mean and its
+ * standard error follows, whose t and p are not written.
+ * A p value is the tail of Student's t with (differenced values - parameters) degrees of freedom.
+ * Oddity: the constant's standard error is negative where constant and mean differ in sign. */
+ZOLV_API void zolv_GetParameterTable(zolv_ArimaHandle handle, zolv_ParameterTable* table);
+
+/* Correlations of the k estimates, constant included: the strict lower triangle, row by row in fit order. Nothing
+ * for a random walk and for k < 2.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * out     out     [k (k - 1) / 2] */
+ZOLV_API void zolv_GetParameterCorrelationMatrix(zolv_ArimaHandle handle, double* out);
+
+/* Degrees of freedom, sums of squares and information criteria; see ArimaSummary.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * out     out     one record
+ *
+ * The criteria come from zolv_ArimaLogLikelihood at the estimates, count sigma squared as a parameter, and are
+ * missing values where it is. Memory and time are those of that call: n^2 doubles, n^3 steps. With x observations
+ * and m parameters, x <= 1 + m gives an AICc that is infinite or too small.
+ * Oddity: the sum of squares of a random walk is sigma squared times the degrees of freedom n - 1 - m, where m counts
+ *   sigma squared; it is not the sum of its squared residuals. */
+ZOLV_API void zolv_GetModelSummary(zolv_ArimaHandle handle, ArimaSummary* out);
+
+/* Ljung-Box tests of the residuals at lags 12, 24, 36 and 48.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * rows    out     four arrays of three doubles: statistic, degrees of freedom (lag - parameters), p value; a null
+ *                 one is left out
+ *
+ * A row whose lag is not below the number of residuals stays as it was. Residuals that do not vary give a missing
+ * statistic and a p value with the sign-set NaN.
+ * Source: Ljung & Box (1978); the p value is the upper tail of chi-square. */
+ZOLV_API void zolv_QorLjungBoxTest(zolv_ArimaHandle handle, double** rows);
+
+/* 100 less the first index that the residual recursion uses: how many backcasts there are. 0 for a random walk. */
+ZOLV_API int zolv_GetMaxBackcastCount(zolv_ArimaHandle handle);
+
+/* Copies the backcasts of the differenced series before its start.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * count   in      values wanted, at most 100; those before the earliest backcast are 0 (or the mean)
+ * out     out     [count]: the `count` nearest the start, oldest first, the mean added back if the model has a
+ *                 constant
+ *
+ * Returns 1 if the oldest of them, before that addition, is below 0.001 in magnitude, else 0. Random walk: 0, nothing
+ * written. */
+ZOLV_API int zolv_GetTimeSeriesBackcast(zolv_ArimaHandle handle, int count, double* out);
+
+/* Copies the `count` residuals just before the start of the series, oldest first, at most 100. Nothing for a random
+ * walk.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * count   in      values wanted
+ * out     out     [count] */
+ZOLV_API void zolv_GetGaussianNoiseBackcast(zolv_ArimaHandle handle, int count, double* out);
+
+/* Number of rows of the search's history: the start, then one per accepted step, at most 26.
+ *
+ * handle     in      from zolv_MakeArimaModelPtr
+ * rowLength  out     doubles per row, one more than there are parameters; may be null
+ *
+ * Both are 0 for a random walk and a null handle. */
+ZOLV_API uint32_t zolv_GetIterationHistoryCount(zolv_ArimaHandle handle, uint32_t* rowLength);
+
+/* Copies the search's history.
+ *
+ * handle  in      from zolv_MakeArimaModelPtr
+ * rows    out     [zolv_GetIterationHistoryCount] arrays of rowLength doubles; a null one is left out. A row is the
+ *                 sum of squares with backcasts, then the parameters in fit order; in place of the last stands the
+ *                 constant if the model has one */
+ZOLV_API void zolv_GetIterationHistory(zolv_ArimaHandle handle, double** rows);
+
 /* [/section: arima] */
 
 /* ---- exact likelihood -------------------------------------------------------------------------------- */
