@@ -125,8 +125,10 @@ void sum_one_tail(double& tail, double& other, const Sum& sum, const OtherSum& o
     tail = 1.0 - other;
 }
 
-template <class First, class Last>
-tail_pair tails_left(double x, double a, double b, double ncp, const First& first, const Last& last) {
+}  // namespace
+
+tail_pair beta_nc_tails_left(double x, double a, double b, const poisson_start_indices& weights) {
+    const double ncp = weights.mean();
     if (x == 0.0) return {0.0, 1.0};
     if (ncp == 0.0) return beta_tails(x, a, b);
     if (!mixture_defined(ncp)) return {sign_set_nan, sign_set_nan};
@@ -134,11 +136,11 @@ tail_pair tails_left(double x, double a, double b, double ncp, const First& firs
     const auto log_density = [b, x](double shape) { return log_beta_pdf(shape, b, x); };
     const auto upper_sum = [&] {
         return rising_sum(
-            m, first(), [b, x](double shape) { return beta_upper_ratio(shape, b, x); }, log_density);
+            m, weights.first(), [b, x](double shape) { return beta_upper_ratio(shape, b, x); }, log_density);
     };
     const auto lower_sum = [&] {
         return falling_sum(
-            m, last(), [b, x](double shape) { return beta_lower_ratio(shape, b, x); }, log_density);
+            m, weights.last(), [b, x](double shape) { return beta_lower_ratio(shape, b, x); }, log_density);
     };
     tail_pair tails;
     if (x >= (a + ncp) / (ncp + m.c)) {
@@ -149,8 +151,8 @@ tail_pair tails_left(double x, double a, double b, double ncp, const First& firs
     return canonical(tails);
 }
 
-template <class First, class Last>
-tail_pair tails_right(double y, double p, double q, double ncp, const First& first, const Last& last) {
+tail_pair beta_nc_tails_right(double y, double p, double q, const poisson_start_indices& weights) {
+    const double ncp = weights.mean();
     if (y == 0.0) return {0.0, 1.0};
     if (ncp == 0.0) return beta_tails(y, p, q);
     if (!mixture_defined(ncp)) return {sign_set_nan, sign_set_nan};
@@ -158,11 +160,11 @@ tail_pair tails_right(double y, double p, double q, double ncp, const First& fir
     const auto log_density = [p, y](double shape) { return log_beta_pdf(p, shape, y); };
     const auto first_sum = [&] {
         return rising_sum(
-            m, first(), [p, y](double shape) { return beta_lower_ratio(p, shape, y); }, log_density);
+            m, weights.first(), [p, y](double shape) { return beta_lower_ratio(p, shape, y); }, log_density);
     };
     const auto second_sum = [&] {
         return falling_sum(
-            m, last(), [p, y](double shape) { return beta_upper_ratio(p, shape, y); }, log_density);
+            m, weights.last(), [p, y](double shape) { return beta_upper_ratio(p, shape, y); }, log_density);
     };
     tail_pair tails;
     if (y < p / (ncp + p + q)) {
@@ -173,23 +175,23 @@ tail_pair tails_right(double y, double p, double q, double ncp, const First& fir
     return canonical(tails);
 }
 
+namespace {
+
 // Tail at x minus p. Candidates at the ends of the support and beyond are answered by its limits.
 class beta_nc_residual {
 public:
     beta_nc_residual(double p, double a, double b, double ncp, bool upper)
         : p_(p), a_(a), b_(b), weights_(ncp), upper_(upper) {}
 
-    double operator()(double x) {
+    double operator()(double x) const {
         if (is_nan(x)) return sign_set_nan - p_;
         if (x <= 0.0) return upper_ ? 1.0 - p_ : -p_;
         if (x >= 1.0) return upper_ ? -p_ : 1.0 - p_;
-        const auto first = [this] { return weights_.remember_first(); };
-        const auto last = [this] { return weights_.remember_last(); };
         if (x < 0.5) {
-            const tail_pair tails = tails_left(x, a_, b_, weights_.mean(), first, last);
+            const tail_pair tails = beta_nc_tails_left(x, a_, b_, weights_);
             return (upper_ ? tails.upper : tails.lower) - p_;
         }
-        const tail_pair tails = tails_right(1.0 - x, b_, a_, weights_.mean(), first, last);
+        const tail_pair tails = beta_nc_tails_right(1.0 - x, b_, a_, weights_);
         return (upper_ ? tails.lower : tails.upper) - p_;
     }
 
@@ -201,18 +203,8 @@ private:
 
 }  // namespace
 
-tail_pair beta_nc_tails_left(double x, double a, double b, const poisson_start_indices& weights) {
-    return tails_left(
-        x, a, b, weights.mean(), [&] { return weights.first(); }, [&] { return weights.last(); });
-}
-
 tail_pair beta_nc_tails_left(double x, double a, double b, double ncp) {
     return beta_nc_tails_left(x, a, b, poisson_start_indices(ncp));
-}
-
-tail_pair beta_nc_tails_right(double y, double p, double q, const poisson_start_indices& weights) {
-    return tails_right(
-        y, p, q, weights.mean(), [&] { return weights.first(); }, [&] { return weights.last(); });
 }
 
 tail_pair beta_nc_tails_right(double y, double p, double q, double ncp) {
@@ -228,9 +220,7 @@ double beta_nc_quantile(double p, double a, double b, double ncp, unsigned char 
     if (fhi == 0.0) return 1.0;
     if (!mixture_defined(ncp)) return sign_set_nan;
     unsigned char failed = 0;
-    beta_nc_residual f(p, a, b, ncp, is_upper);
-    const double root = solve_bracketed(
-        0.0, flo, 1.0, fhi, [&f](double x) { return f(x); }, failed);
+    const double root = solve_bracketed(0.0, flo, 1.0, fhi, beta_nc_residual(p, a, b, ncp, is_upper), failed);
     return is_nan(root) ? sign_set_nan : root;
 }
 

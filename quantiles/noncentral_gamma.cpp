@@ -16,7 +16,7 @@ double upper_sum(double x, double a, double ncp, double j0) {
     if (!(j0 <= largest_index)) return sign_set_nan;
     double i = j0;
     double k = 0.0;
-    double R = gammaupper_ratio(a + j0, x);
+    double R = gamma_upper_ratio(a + j0, x);
     double S = 0.0;
     while (i <= j0 + series_ceiling) {
         const double d = (i + a) * R / x;
@@ -29,7 +29,7 @@ double upper_sum(double x, double a, double ncp, double j0) {
         S = (S + 1.0) * t;
         i += 1.0;
     }
-    const double log_peak = log_poisson_pmf(k, ncp) + log_gammapdf(a + k, x);
+    const double log_peak = log_poisson_pmf(k, ncp) + log_gamma_pdf(a + k, x);
     if (log_peak < log_dbl_min) return 0.0;
     if (i - j0 >= series_ceiling) return 0.0;
 
@@ -55,14 +55,14 @@ double lower_sum(double x, double a, double ncp, double j1) {
     double i = j1;
     double k = 0.0;
     double L = 0.0;
-    double u = gammalower_ratio(a + j1 + 1.0, x) + 1.0;
+    double u = gamma_lower_ratio(a + j1 + 1.0, x) + 1.0;
     double S = 0.0;
     bool peak_found = false;
     while (i > limit) {
         L = x / (a + i) * u;
         u = L + 1.0;
         const double t = ncp / i * L / u;  // T_i / T_(i-1)
-        if (t > 1.0 && i != 0.0) {
+        if (t > 1.0) {
             k = i;
             peak_found = true;
             break;
@@ -71,7 +71,7 @@ double lower_sum(double x, double a, double ncp, double j1) {
         i -= 1.0;
     }
     if (!peak_found) L = x / a * u;
-    const double log_peak = log_poisson_pmf(k, ncp) + log_gammapdf(a + k, x);
+    const double log_peak = log_poisson_pmf(k, ncp) + log_gamma_pdf(a + k, x);
     if (log_peak < log_dbl_min) return 0.0;
     if (j1 - i > series_ceiling - 1.0) return 0.0;
 
@@ -89,23 +89,25 @@ double lower_sum(double x, double a, double ncp, double j1) {
     return total;
 }
 
+}  // namespace
+
 // Each tail is summed directly when it is the smaller one by the mean; the complement is taken up to 0.9.
-template <class First, class Last>
-tail_pair tails_from(double x, double a, double ncp, const First& first, const Last& last) {
+tail_pair gamma_nc_tails(double x, double a, const poisson_start_indices& weights) {
+    const double ncp = weights.mean();
     if (!(ncp > 0.0)) return {sign_set_nan, sign_set_nan};
     tail_pair tails;
     if (x >= a + ncp) {
-        tails.upper = upper_sum(x, a, ncp, first());
+        tails.upper = upper_sum(x, a, ncp, weights.first());
         tails.lower = 1.0 - tails.upper;
         if (tails.upper > tail_switch) {
-            tails.lower = lower_sum(x, a, ncp, last());
+            tails.lower = lower_sum(x, a, ncp, weights.last());
             tails.upper = 1.0 - tails.lower;
         }
     } else {
-        tails.lower = lower_sum(x, a, ncp, last());
+        tails.lower = lower_sum(x, a, ncp, weights.last());
         tails.upper = 1.0 - tails.lower;
         if (tails.lower > tail_switch) {
-            tails.upper = upper_sum(x, a, ncp, first());
+            tails.upper = upper_sum(x, a, ncp, weights.first());
             tails.lower = 1.0 - tails.upper;
         }
     }
@@ -113,21 +115,8 @@ tail_pair tails_from(double x, double a, double ncp, const First& first, const L
     return tails;
 }
 
-}  // namespace
-
-tail_pair gamma_nc_tails(double x, double a, const poisson_start_indices& weights) {
-    return tails_from(
-        x, a, weights.mean(), [&] { return weights.first(); }, [&] { return weights.last(); });
-}
-
 tail_pair gamma_nc_tails(double x, double a, double ncp) {
     return gamma_nc_tails(x, a, poisson_start_indices(ncp));
-}
-
-tail_pair gamma_nc_tails_remembering(double x, double a, poisson_start_indices& weights) {
-    return tails_from(
-        x, a, weights.mean(), [&] { return weights.remember_first(); },
-        [&] { return weights.remember_last(); });
 }
 
 }  // namespace dru::impl

@@ -20,9 +20,6 @@ namespace dru::impl {
 tail_pair gamma_nc_tails(double x, double a, const poisson_start_indices& weights);
 tail_pair gamma_nc_tails(double x, double a, double ncp);
 
-// The same, keeping the start indices that it had to find.
-tail_pair gamma_nc_tails_remembering(double x, double a, poisson_start_indices& weights);
-
 // The quantile of the mixture for 0 < p < 1, or of the central gamma when ncp is 0.
 double gamma_nc_quantile(double p, double a, double ncp, unsigned char upper);
 

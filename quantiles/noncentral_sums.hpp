@@ -2,7 +2,7 @@
 // indices at which they start.
 #pragma once
 
-#include <optional>
+#include "quantiles/prepared_once.hpp"
 
 namespace dru::impl {
 
@@ -14,25 +14,21 @@ inline constexpr double tail_switch = 0.9;          // a tail above it is summed
 // Beyond 2^53 an index no longer moves when 1 is added to it.
 inline constexpr double largest_index = 9007199254740992.0;
 
-// The two indices at which the mixture sums of a given mean start, found on first need: they depend on the
-// mean alone and cost as much as the rest of a sum.
+// The two indices at which the mixture sums of a given mean start. They depend on the mean alone and cost as
+// much as the rest of a sum, so each is found at its first use and kept. An object that several threads share
+// is prepared before they start.
 class poisson_start_indices {
 public:
     explicit poisson_start_indices(double mean) : mean_(mean) {}
+    void prepare() const;
+
     double mean() const { return mean_; }
-
-    // Finds both; afterwards first() and last() only read, so that a team may share the object.
-    void prepare();
-    // Keeps what it finds for the next call.
-    double remember_first();
-    double remember_last();
-
     double first() const;  // first index of any weight
     double last() const;   // last index of any weight
 
 private:
     double mean_;
-    std::optional<double> first_, last_;
+    prepared_once<double> first_, last_;
 };
 
 }  // namespace dru::impl
