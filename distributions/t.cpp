@@ -21,8 +21,9 @@ bool t_parameters_valid(double df, double nc) { return df > 0.0 && df < plus_inf
 // One tail at any x.
 class t_tail {
 public:
-    t_tail(double df, double nc, unsigned char upper)
-        : df_(df), nc_(nc), upper_(upper), noncentral_(df, nc) {}
+    t_tail(double df, double nc, unsigned char upper) : df_(df), upper_(upper) {
+        if (nc != 0.0) noncentral_.emplace(df, nc);
+    }
 
     // What depends on the parameters alone; worth its price from the second element on.
     void prepare() const {
