@@ -15,12 +15,13 @@ from incomplete_beta_reference import lower_tail
 
 
 def upper_tail(x, df):
+    guard = 6 + abs(int(math.log10(df))) + 2 * abs(int(math.log10(x)))  # for ln Gamma of df / 2 and ln(1 - w)
+    mp.dps = 60 + guard
     x, df = mpf(x), mpf(df)
     w = x * x / (df + x * x)
     if w >= 0.5:
-        mp.dps = 60
         return lower_tail(df / (df + x * x), df / 2, mpf(1) / 2) / 2
-    mp.dps = 60 + int(min(1e3, 0.25 * float(x) ** 2 + 10))
+    mp.dps = 60 + guard + int(min(1e3, 0.25 * float(x) ** 2 + 10))
     x, df = mpf(x), mpf(df)
     return (1 - lower_tail(x * x / (df + x * x), mpf(1) / 2, df / 2)) / 2
 

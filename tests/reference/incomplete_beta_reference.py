@@ -33,15 +33,16 @@ def lower_tail(x, a, b):
 
 
 def tails(x, a, b):
-    mp.dps = 60
+    guard = 6 + max(0, int(math.log10(max(a, b)))) - int(math.log10(x))  # for ln Gamma of b and ln(1 - x)
+    mp.dps = 60 + guard
     while True:
         lower = lower_tail(x, a, b)
         upper = 1 - lower
         lost = 0 if upper > 0 and upper > mpf(10) ** -1 else (mp.dps if upper <= 0 else int(-mpmath.log10(upper)) + 1)
-        if mp.dps - lost >= 54:
+        if mp.dps - guard - lost >= 52:
             return lower, upper
         mp.dps = max(mp.dps, lost) + 60
-        if mp.dps > 500:
+        if mp.dps > 700:
             return None
 
 
