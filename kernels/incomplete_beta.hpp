@@ -70,6 +70,7 @@ private:
     expansion at(double t) const;
 
     double p_, minus_q_, e_, sigma_;
+    // Coefficients of the four polynomials, numbered by the power of t that they multiply.
     double t9_, t7_, t5_, t3_, t1_;  // C3
     double u6_, u4_, u2_, u0_;       // C2
     double v8_, v6_, v4_, v2_, v0_;  // D3
