@@ -651,6 +651,18 @@ ZOLV_API void zolv_ParallelBetaInvCdf(const double* p, uint64_t n, double a, dou
 
 /* ---- F distribution ---------------------------------------------------------------------------------- */
 /* [section: f] */
+
+/* Density, distribution function and quantile of the F distribution with d1 and d2 degrees of freedom; nc is the
+ * Poisson mean of the mixture. The array forms work element by element. */
+ZOLV_API double zolv_FPdf(double x, double d1, double d2, double nc);
+ZOLV_API double zolv_FCdf(double x, double d1, double d2, double nc, unsigned char upper);
+ZOLV_API double zolv_FInvCdf(double p, double d1, double d2, double nc, unsigned char upper);
+ZOLV_API void zolv_ParallelFPdf(const double* x, uint64_t n, double d1, double d2, double nc, double* out);
+ZOLV_API void zolv_ParallelFCdf(const double* x, uint64_t n, double d1, double d2, double nc, unsigned char upper,
+                                double* out);
+ZOLV_API void zolv_ParallelFInvCdf(const double* p, uint64_t n, double d1, double d2, double nc,
+                                   unsigned char upper, double* out);
+
 /* [/section: f] */
 
 /* ---- binomial distribution --------------------------------------------------------------------------- */
@@ -922,7 +934,7 @@ ZOLV_API int zolv_GetMaxBackcastCount(zolv_ArimaHandle handle);
 /* Copies the backcasts of the differenced series before its start.
  *
  * handle  in      from zolv_MakeArimaModelPtr
- * count   in      values wanted, at most 100; those before the earliest backcast are 0 (or the mean)
+ * count   in      values wanted, at most 100; before the earliest backcast stands 0, or the estimated mean
  * out     out     [count]: the `count` nearest the start, oldest first, the mean added back if the model has a
  *                 constant
  *
