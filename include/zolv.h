@@ -1174,11 +1174,11 @@ ZOLV_API int zolv_GetBoxCoxLambda(const double* series, int count, int groupLeng
  * Always returns 0. These have no test: statistic is the missing value and the other fields stay as they
  * were: a null series; a count below 2; a regression outside 0 to 3; lags of count - 1 or more; more
  * regressors than rows, which are count - 1 - lags, also while the longest regression of lagMethod 0 to 2 is
- * looked at; a series that leaves no column undropped. A null out: nothing happens.
- * A NaN or an infinity in the series makes statistic the missing value; so does a series whose level depends
- * on nothing (a constant one), or a regression with as many regressors as rows. sampleSize and lagCount are
- * then set, the p-value and the critical values stay as they were. An infinite statistic, of an exact fit,
- * leaves those four alone too.
+ * looked at; a series whose columns are all dropped (zeros, say, with regression 3). A null out: nothing
+ * happens.
+ * A NaN or an infinity in the series makes statistic the missing value; so does a constant series, and so do
+ * as many regressors as rows. sampleSize and lagCount are then set; the p-value and the critical values stay
+ * as they were. An infinite statistic, of an exact fit, leaves those four alone too.
  *
  * Columns whose norm, after the earlier ones are taken out, is not above 1e-12 are dropped as dependent. The
  * limit is absolute: rescale a series in very small units.
