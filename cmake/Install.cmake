@@ -10,5 +10,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/zolv-config-version.cmak
                                  COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/zolv-config.cmake" "${PROJECT_BINARY_DIR}/zolv-config-version.cmake"
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zolv)
+# The file finds its prefix from where it lies, so that an installed tree can be moved.
+file(RELATIVE_PATH ZOLV_PC_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/zolv.pc.in" "${PROJECT_BINARY_DIR}/zolv.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/zolv.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
