@@ -546,6 +546,17 @@ ZOLV_API void zolv_ParallelNormalInvCdf(const double* p, uint64_t n, double mean
 
 /* ---- Student t distribution -------------------------------------------------------------------------- */
 /* [section: t] */
+
+/* Density, distribution function and quantile of Student's t distribution with df degrees of freedom; nc is the
+ * mean of the underlying normal. The array forms work element by element. */
+ZOLV_API double zolv_TPdf(double x, double df, double nc);
+ZOLV_API double zolv_TCdf(double x, double df, double nc, unsigned char upper);
+ZOLV_API double zolv_TInvCdf(double p, double df, double nc, unsigned char upper);
+ZOLV_API void zolv_ParallelTPdf(const double* x, uint64_t n, double df, double nc, double* out);
+ZOLV_API void zolv_ParallelTCdf(const double* x, uint64_t n, double df, double nc, unsigned char upper, double* out);
+ZOLV_API void zolv_ParallelTInvCdf(const double* p, uint64_t n, double df, double nc, unsigned char upper,
+                                   double* out);
+
 /* [/section: t] */
 
 /* ---- chi-square distribution ------------------------------------------------------------------------- */
