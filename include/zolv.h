@@ -561,6 +561,16 @@ ZOLV_API void zolv_ParallelTInvCdf(const double* p, uint64_t n, double df, doubl
 
 /* ---- chi-square distribution ------------------------------------------------------------------------- */
 /* [section: chi-square] */
+
+/* Density, distribution function and quantile of the chi-square distribution with df degrees of freedom; half of
+ * nc is the Poisson mean of the mixture. The array forms work element by element. */
+ZOLV_API double zolv_ChiSqPdf(double x, double df, double nc);
+ZOLV_API double zolv_ChiSqCdf(double x, double df, double nc, unsigned char upper);
+ZOLV_API double zolv_ChiSqInvCdf(double p, double df, double nc, unsigned char upper);
+ZOLV_API void zolv_ParallelChiSqPdf(const double* x, uint64_t n, double df, double nc, double* out);
+ZOLV_API void zolv_ParallelChiSqCdf(const double* x, uint64_t n, double df, double nc, unsigned char upper,
+                                    double* out);
+
 /* [/section: chi-square] */
 
 /* ---- beta distribution ------------------------------------------------------------------------------- */
