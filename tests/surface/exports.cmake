@@ -1,0 +1,48 @@
+# exports.cmake: what the library exports is what exports.txt lists and, for the functions, what zolv.h declares.
+# Definitions: NM LIBRARY LIST HEADER
+cmake_policy(SET CMP0007 NEW)
+
+function(compare what got wanted)
+  set(more ${got})
+  set(missing ${wanted})
+  list(REMOVE_ITEM more ${wanted})
+  list(REMOVE_ITEM missing ${got})
+  if(more OR missing)
+    message(SEND_ERROR "${what}: too many: ${more}; missing: ${missing}")
+  endif()
+endfunction()
+
+file(STRINGS "${LIST}" wanted REGEX "^[^#]")
+set(sorted ${wanted})
+list(SORT sorted)
+list(REMOVE_DUPLICATES sorted)
+if(NOT sorted STREQUAL wanted)
+  message(SEND_ERROR "exports.txt is not sorted, or names something twice")
+endif()
+
+execute_process(COMMAND ${NM} -D --defined-only --format=posix ${LIBRARY} OUTPUT_VARIABLE table
+                COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^\n]+" lines "${table}")
+set(exported "")
+foreach(line ${lines})
+  if(line MATCHES "^ZOLV_1.0(@@ZOLV_1.0)? A")
+    continue()  # the version node itself
+  endif()
+  if(NOT line MATCHES "^([^ ]+)@@ZOLV_1.0 [TW] ")
+    message(SEND_ERROR "not a function of version ZOLV_1.0: ${line}")
+  endif()
+  list(APPEND exported ${CMAKE_MATCH_1})
+endforeach()
+compare("exported against exports.txt" "${exported}" "${wanted}")
+
+file(READ "${HEADER}" header)
+string(REGEX MATCHALL "\nZOLV_API[^;()]*[ *]zolv_[A-Za-z0-9_]+\\(" declarations "${header}")
+set(declared "")
+foreach(declaration ${declarations})
+  string(REGEX MATCH "zolv_[A-Za-z0-9_]+\\($" name "${declaration}")
+  string(REPLACE "(" "" name "${name}")
+  list(APPEND declared ${name})
+endforeach()
+set(functions ${wanted})
+list(FILTER functions INCLUDE REGEX "^zolv_")
+compare("declared in zolv.h against exports.txt" "${declared}" "${functions}")
