@@ -52,6 +52,7 @@ int CmCmndArima::Estimate() {
     sumOfSquares_ = sum;
     sigmaSquared_ = sumOfSquares_ / (count_ - ParameterCount());
     if (InvertMatrix(normal_, lastParameter_) < lastParameter_) return code::singular_covariance;
+    fitted_ = true;
     return result;
 }
 
@@ -70,7 +71,7 @@ void CmCmndArima::GetFit(int count, double* out) const {
     for (Index i = 0; i < std::min(count, count_); ++i) out[i] = observation[i] - residual[i];
 }
 
-int CmCmndArima::GetMaxBackcastCount() const { return static_cast<int>(margin - firstIndex_); }
+int CmCmndArima::GetMaxBackcastCount() const { return fitted_ ? static_cast<int>(margin - firstIndex_) : 0; }
 
 int CmCmndArima::GetTimeSeriesBackcast(int count, double* out) const {
     const Index used = std::clamp<Index>(count, 0, margin);

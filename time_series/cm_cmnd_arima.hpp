@@ -12,7 +12,7 @@
 //   after MakeForecast           forecasts and weights, until a call with another origin or count. The first
 //                                one that gets as far as a forecast puts the raw series into w behind the
 //                                margin; backcasts stay;
-//   after a failed Estimate      nothing but the destructor.
+//   before and after a failed Estimate   nothing; the getters stay within their arrays, no more.
 // Estimate is called once.
 // Owns everything but the series (borrowed for life) and the start values (borrowed until Estimate returns).
 #pragma once
@@ -57,7 +57,7 @@ public:
     // of a model without one.
     const std::vector<std::vector<double>>& History() const { return history_; }
 
-    // 100 less the first index of the last pass.
+    // 100 less the first index of the last pass; 0 without a fit.
     int GetMaxBackcastCount() const;
     // The `count` backcasts nearest the start, oldest first, with the mean added back if the model has a
     // constant; at most the margin of 100. Returns 1 if the oldest one, before that, is below 0.001 in
@@ -183,6 +183,7 @@ private:
     std::size_t historyRows_ = 0;  // rows written while the search runs
 
     // ---- results
+    bool fitted_ = false;  // Estimate has ended below 30000
     double sigmaSquared_ = 0.0;
     double sumOfSquares_ = 0.0;
     double constant_ = 0.0;

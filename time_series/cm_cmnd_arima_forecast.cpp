@@ -33,7 +33,7 @@ int CmCmndArima::MakeForecast(int origin, int leads) {
     forecasts_.clear();
     forecastSe_.clear();
     psi_.clear();
-    if (w_.empty() || origin <= orders_.ShortestOrigin() || origin > n_) {
+    if (!fitted_ || origin <= orders_.ShortestOrigin() || origin > n_) {
         forecastReady_ = true;
         return code::origin_too_early;
     }
