@@ -1,10 +1,9 @@
 // time_series/cm_cmnd_arima_search.cpp: least squares by Marquardt's compromise between the Gauss-Newton step
 // and the gradient, with derivatives from central differences of the residuals.
 //
-// Source: Marquardt (1963), J. SIAM 11; Box & Jenkins (1976), program 7.2. The angle between step and
-// gradient
-//         decides what a failed step changes: a wide one asks for more damping, a narrow one for a shorter
-//         step. arccos by Abramowitz & Stegun 4.4.45.
+// Source: Marquardt (1963), J. SIAM 11; Box & Jenkins (1976), program 7.2. The angle between the step and the
+//         gradient decides what a failed step changes: a wide one asks for more damping, a narrow one for a
+//         shorter step. arccos by Abramowitz & Stegun 4.4.45.
 // Oddity: theta walks +h, -2h, +h through its derivatives and keeps what the roundings leave.
 // Memory: X and the history are sized before the first iteration; nothing is allocated after that.
 #include <algorithm>

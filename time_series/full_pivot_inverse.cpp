@@ -1,8 +1,8 @@
 #include "time_series/full_pivot_inverse.hpp"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 namespace vek::time_series {
 

@@ -182,6 +182,25 @@ TEST(FinalMatrix, IsTheCrossProductOfTheDerivatives) {
     EXPECT_TRUE(zolv_test::within_relative(model.InverseMatrix(0, 0), 1.0 / sum, 1e-12));
 }
 
+// Values near the bound: 5 % to one side of phi the recursion exceeds it.
+TEST(FinalMatrix, AnOverflowOnEitherSideIsTold) {
+    std::vector<double> z(30, 1.0);
+    z[10] = 9.6e17;
+    CmCmndArima upper = make(z, ar1);
+    CmCmndArimaProbe upper_probe{upper};
+    ASSERT_EQ(upper_probe.Prepare(), 0);
+    ASSERT_TRUE(upper_probe.FullPass({1.0}));
+    EXPECT_EQ(upper_probe.CovarianceRank({1.0}), -2);
+    z[10] = 1e18;
+    z[11] = 1.5e18;
+    z[12] = 1e18;
+    CmCmndArima lower = make(z, ar1);
+    CmCmndArimaProbe lower_probe{lower};
+    ASSERT_EQ(lower_probe.Prepare(), 0);
+    ASSERT_TRUE(lower_probe.FullPass({0.52}));
+    EXPECT_EQ(lower_probe.CovarianceRank({0.52}), -2);
+}
+
 // ---- the airline model ---------------------------------------------------------------------------------
 
 TEST(Estimation, AirlineModelOnTheLogarithms) {
@@ -309,6 +328,28 @@ TEST(Estimation, AnExactFitEndsAtOnce) {
     EXPECT_LT(model.History().back()[0], 1e-30);
     EXPECT_NEAR(model.Theta(0), 2.0, 1e-5);
     EXPECT_GT(model.GetSigmaSquared(), 0.0);
+}
+
+// The same series a little larger: the fit is linear in phi, so the last sum grows by the square of the
+// factor and crosses 1e-30.
+TEST(Estimation, AnExactFitIsBelow1eMinus30) {
+    const auto fitted = [](double factor, double& last) {
+        std::vector<double> z;
+        for (int i = 0; i < 60; ++i) z.push_back(factor * std::ldexp(1.0, i - 91));
+        const std::vector<double> start = {1.95};
+        CmCmndArima model = make(z, ar1, false, &start);
+        model.RecordHistory(true);
+        const int result = model.Estimate();
+        last = model.History().back()[0];
+        return result;
+    };
+    double below = 0, above = 0;
+    EXPECT_EQ(fitted(1.1655, below), code::done);
+    EXPECT_EQ(fitted(1.1660, above), code::converged);
+    EXPECT_LT(below, 1e-30);
+    EXPECT_GT(below, 0.998e-30);
+    EXPECT_GE(above, 1e-30);
+    EXPECT_LT(above, 1.002e-30);
 }
 
 TEST(Estimation, TwentyFiveIterationsAreTheMost) {
