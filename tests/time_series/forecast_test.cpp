@@ -207,7 +207,7 @@ TEST(Forecast, ThePolynomialHolds151Terms) {
 
 // ---- requests ------------------------------------------------------------------------------------------
 
-TEST(Forecast, NoLeadsMeanNothingToDo) {
+TEST(Forecast, NoLeadsMeanNoForecast) {
     Fitted f(walk(80, 8), {0, 1, 1, 0, 0, 0, 0});
     EXPECT_EQ(f.model.MakeForecast(80, 0), 0);
     EXPECT_TRUE(f.model.GetForecast().empty());
