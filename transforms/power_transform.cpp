@@ -32,6 +32,11 @@ void Copy(const double* values, std::int32_t count, double* out) {
     ForEach(count, out, [=](std::int32_t i) { return values[i]; });
 }
 
+// Of two NaNs the left one is the result. The language leaves the choice to the compiler, and compilers and
+// their levels of optimisation differ; it shows where the two have different signs.
+double Times(double left, double right) { return dru::impl::is_nan(left) ? left : left * right; }
+double Over(double left, double right) { return dru::impl::is_nan(left) ? left : left / right; }
+
 struct Limits {
     double lower, upper;
 };
@@ -85,7 +90,7 @@ void zolv_InverseQorPowerTransformFit(const double* values, std::int32_t count, 
                                       double variance, double* out) {
     if (values == nullptr || out == nullptr) return;
     if (lambda == 0.0) {
-        ForEach(count, out, [=](std::int32_t i) { return std::exp(values[i]) * (0.5 * variance + 1.0); });
+        ForEach(count, out, [=](std::int32_t i) { return Times(std::exp(values[i]), 0.5 * variance + 1.0); });
         return;
     }
     if (lambda == 1.0) return Copy(values, count, out);
@@ -94,12 +99,12 @@ void zolv_InverseQorPowerTransformFit(const double* values, std::int32_t count, 
     if (lambda > 0.0) {
         ForEach(count, out, [=](std::int32_t i) {
             const double x = values[i];
-            return std::pow(x, 1.0 / lambda) * (c / (x * x) + 1.0);
+            return Times(std::pow(x, 1.0 / lambda), Over(c, x * x) + 1.0);
         });
     } else if (lambda < 0.0) {
         ForEach(count, out, [=](std::int32_t i) {
             const double x = values[i];
-            return std::pow(-x, 1.0 / lambda) * (c / (x * x) + 1.0);
+            return Times(std::pow(-x, 1.0 / lambda), Over(c, x * x) + 1.0);
         });
     }
 }
@@ -111,7 +116,7 @@ void zolv_InverseQorPowerTransformForecast(const double* values, std::int32_t co
     if (lambda == 0.0) {
         ForEach(count, out, [=](std::int32_t i) {
             const double e = standard_errors[i];
-            return std::exp(values[i]) * (0.5 * (e * e) + 1.0);
+            return Times(std::exp(values[i]), 0.5 * (e * e) + 1.0);
         });
         return;
     }
@@ -121,12 +126,12 @@ void zolv_InverseQorPowerTransformForecast(const double* values, std::int32_t co
     if (lambda > 0.0) {
         ForEach(count, out, [=](std::int32_t i) {
             const double x = values[i], e = standard_errors[i];
-            return std::pow(x, 1.0 / lambda) * (e * e * c / (x * x) + 1.0);
+            return Times(std::pow(x, 1.0 / lambda), Over(e * e * c, x * x) + 1.0);
         });
     } else if (lambda < 0.0) {
         ForEach(count, out, [=](std::int32_t i) {
             const double x = values[i], e = standard_errors[i];
-            return std::pow(-x, 1.0 / lambda) * (e * e * c / (x * x) + 1.0);
+            return Times(std::pow(-x, 1.0 / lambda), Over(e * e * c, x * x) + 1.0);
         });
     }
 }
