@@ -33,7 +33,7 @@ binomial_log_mass::binomial_log_mass(double trials, double probability)
     : n(trials), p(probability), q(1.0 - p), mean(n * p), remainder(remainder_or_zero(n)) {}
 
 // The deviance goes through ln(1 + u) of the relative distances from the mean, not through ln k and ln p:
-// near the mean nothing cancels.
+// what cancels between its two parts is of the size of the distance d, not of k ln k.
 double binomial_log_mass::operator()(double k) const {
     if (k == 0.0) return n * log1p_small(-p);
     if (k == n) return n * std::log(p);

@@ -31,8 +31,9 @@ struct binomial_normal_ratio {
 
 private:
     struct expansion {
-        double z, head, b1, b2,
-            b3;  // head: the polynomial that multiplies the Mills ratio; b1 still without its 1
+        double z;
+        double head;        // the polynomial that multiplies the Mills ratio
+        double b1, b2, b3;  // b1 without its -1 or +1
     };
     expansion expand(double x) const;
 };
@@ -74,9 +75,9 @@ class binomial_quantile_solver {
 public:
     binomial_quantile_solver(double n, double prob, unsigned char upper);
 
-    // The smallest x with P(X <= x) >= p, or for the upper tail with P(X > x) <= p. 0 < p < 1 and 0 < prob <
-    // 1; the callers have settled the ends. A variance above 1e12 gets the Cornish-Fisher estimate unrefined;
-    // a search of a million steps without an end gives the sign-set NaN.
+    // The smallest x with P(X <= x) >= p, or for the upper tail with P(X > x) <= p. The callers have settled
+    // the ends: 0 < p < 1, 0 < prob < 1. A variance above 1e12 gets the Cornish-Fisher estimate unrefined; a
+    // search of a million steps without an end gives the sign-set NaN.
     double operator()(double p) const;
 
 private:

@@ -2,7 +2,8 @@
 //
 // A tail is the point mass times the ratio of tail to mass. The ratio is summed backwards, smallest term
 // first, from the term that no longer counts; where the variance is so large that this would be long, it is a
-// normal expansion. Only the tail beyond the mode is formed so; the other is 1 less that tail less the mass.
+// normal expansion. Only the tail away from the mode is formed so; the other is 1 less that tail less the
+// mass.
 #pragma once
 
 #include "kernels/log_gamma.hpp"
@@ -10,15 +11,15 @@
 
 namespace dru::impl {
 
-// The three add up to 1 wherever something was summed, since the larger tail is what the others leave.
+// The three add up to 1 up to rounding: one tail is what the other and the mass leave.
 struct discrete_tails {
     double lower;       // P(X < x)
     double upper_tail;  // P(X > x)
     double mass;        // P(X = x)
 };
 
-inline constexpr discrete_tails all_below{1.0, 0.0,
-                                          0.0};  // x lies above the support, or so far up that it counts so
+// x lies above the support (or so far up that it counts so), is all there is, or lies below the support.
+inline constexpr discrete_tails all_below{1.0, 0.0, 0.0};
 inline constexpr discrete_tails all_at{0.0, 0.0, 1.0};
 inline constexpr discrete_tails all_above{0.0, 1.0, 0.0};
 

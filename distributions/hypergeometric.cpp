@@ -1,9 +1,8 @@
 // distributions/hypergeometric.cpp: hypergeometric tails by the ratio of tail to mass.
 //
-// Source: built as the binomial ones (binomial_kernels.cpp). The normal forms are the lattice Edgeworth
-// series
-//         of tail over mass to third order in 1/s; hypergeometric_expansion.py beside the reference tables
-//         derives them. They are symmetric in marked and drawn, and at b = 0 they are the binomial forms.
+// Source: built as the binomial ones (binomial_kernels.cpp). The normal forms are lattice Edgeworth series of
+//         tail over mass to third order in 1/s; hypergeometric_expansion.py beside the reference tables
+//         derives them. Symmetric in marked and drawn, and the binomial forms at b = 0.
 // Order:  sums run from the smallest term; products and polynomials associate left to right.
 #include "distributions/hypergeometric.hpp"
 
@@ -42,9 +41,10 @@ hypergeometric_log_mass::hypergeometric_log_mass(double population, double marke
       remainders(remainder_or_zero(K) + remainder_or_zero(N - K) + remainder_or_zero(n) +
                  remainder_or_zero(N - n) - remainder_or_zero(N)) {}
 
-// With x ln x taken out of the nine log-gammas the deviance of the table from independence is left, minus the
-// sum of cell ln(cell / expected). Each cell differs from its expectation by d; the parts go through ln(1 +
-// u) of the relative distance, u > 0, so that near the mean nothing cancels.
+// With y ln y - y taken out of the nine ln Gamma(y + 1), what is left is the deviance of the table from
+// independence, minus the sum of cell ln(cell / expected), and the remainders. Each cell lies d off its
+// expectation; the parts go through ln(1 + u) of the relative distance, u > 0, so that what cancels between
+// them is of the size of d.
 double hypergeometric_log_mass::operator()(double x) const {
     const double k12 = K - x;  // marked, left behind
     const double k21 = n - x;  // drawn, not marked

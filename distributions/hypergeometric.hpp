@@ -35,7 +35,7 @@ struct hypergeometric_normal_ratio {
 
 private:
     struct expansion {
-        double z, head, b1, b2, b3;
+        double z, head, b1, b2, b3;  // as in binomial_normal_ratio
     };
     expansion expand(double x) const;
 };

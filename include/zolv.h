@@ -713,10 +713,13 @@ ZOLV_API double zolv_BinomialPdf(double x, uint32_t n, double prob);
  * For an x that is not whole the lower tail is that of floor(x). Oddity: the upper tail is not its complement
  * there but P(X > floor(x) + 1): zolv_BinomialCdf(2.5, 10, prob, 1) is P(X >= 4), and x = -0.5 gives P(X >= 1).
  * Round x down first to have the two add up to 1.
- * Accuracy: where n prob (1 - prob) is below 10000 the tails are summed; from 10000 on they are a normal
- * expansion of third order over AS 66, good to 1e-9 of the smaller tail within 8 standard deviations of the
- * mean. Further out its error grows, and 25 standard deviations out (for a variance up to 10000, from 22500
- * successes or failures on, whichever are rarer) the smaller tail is cut to exactly 0.
+ * Accuracy, relative, of the smaller tail: where n prob (1 - prob) is below 10000 the tails are summed, to 1e-11.
+ * From 10000 on they are an expansion of third order over AS 66: 2e-9 within 16 standard deviations of the mean,
+ * 2e-7 up to 25, where the tail is cut to exactly 0. (Below 10000 it is cut where the rarer of successes and
+ * failures numbers 22500.) The upper tail forms 1 - prob, and for a small prob takes it back from there:
+ * it is off by a further 6e-17 |x - n prob| / prob.
+ * Oddity: where n prob (1 - prob) comes to 10000 exactly (n = 40000, prob = 0.5) nothing cuts the tail, and more
+ * than 38.6 standard deviations below the mean, or above it in the upper tail, the result is a NaN.
  * Source: tail over mass as in Loader's form; lattice Edgeworth series; Hill, algorithm AS 66 (1973).
  * Threads: any number at once. */
 ZOLV_API double zolv_BinomialCdf(double x, uint32_t n, double prob, unsigned char upper);
@@ -731,10 +734,11 @@ ZOLV_API double zolv_BinomialCdf(double x, uint32_t n, double prob, unsigned cha
  * Returns that x; for p = 0, 0 in the lower tail and n in the upper, for p = 1 the reverse, whatever prob is;
  * otherwise 0 for n = 0 or prob = 0 and n for prob = 1. The sign-set NaN for a p that is NaN or outside
  * [0, 1]; the missing value for a prob that is NaN or outside [0, 1], whatever p is.
- * Tails are those of zolv_BinomialCdf, rounding included: for a p within a few ulps of 1 the answer may be off
- * by one, n + 1 included, and where several x share the value p exactly, any of them. The search walks by unit
- * steps from a Cornish-Fisher estimate and gives the sign-set NaN after a million, which takes a variance
- * above 1e9 and a p that lies beyond the tails' cut at 25 standard deviations (below 1e-137).
+ * The search walks by unit steps from a Cornish-Fisher estimate over the tails as zolv_BinomialCdf has them,
+ * rounding and cuts included. So for a p within an ulp or two of 1 the answer may be off by one, n + 1 included;
+ * where several x share the value p exactly it is any of them; a p below the cut (3e-138 for a variance above
+ * 10000) gets the x next to it. A walk of a million steps would give the sign-set NaN, but none is that
+ * long; only where n prob (1 - prob) comes to 10000 exactly can a p below 1e-300 give it.
  * Source: Cornish & Fisher (1937) for the start, algorithm AS 111 (1977) for its normal quantile.
  * Threads: any number at once. */
 ZOLV_API double zolv_BinomialInvCdf(double p, uint32_t n, double prob, unsigned char upper);

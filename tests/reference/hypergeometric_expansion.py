@@ -10,8 +10,6 @@ from collections import defaultdict
 
 ORDER = 3
 
-def poly(**kw):
-    return kw
 def const(v): return {(0,0,0,0): F(v)}
 def var(i, e=1):
     k=[0,0,0,0]; k[i]=e; return {tuple(k): F(1)}
