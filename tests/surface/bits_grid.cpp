@@ -260,6 +260,20 @@ list passengers() {
     return x;
 }
 
+// Two NaNs that can be told apart, an infinity, values that overflow: whatever meets them must not depend on
+// which operand a compiler puts first.
+std::vector<list> spoiled_series() {
+    list nans = synthetic_series(60), infinite = nans, huge = nans, level(60, 3.25);
+    nans[10] = missing;
+    nans[11] = sign_set;
+    nans[40] = sign_set;
+    infinite[30] = infinity;
+    infinite[31] = -infinity;
+    huge[20] = 1e200;
+    huge[21] = -1e200;
+    return {nans, infinite, huge, level};
+}
+
 struct orders {
     int p, d, q, P, D, Q, S;
     bool constant;
@@ -271,15 +285,23 @@ void fits() {
         {1, 0, 0, 1, 0, 0, 12, true},  {5, 0, 0, 0, 0, 0, 0, true},  {0, 1, 0, 0, 0, 0, 0, true},
         {0, 1, 0, 0, 0, 0, 0, false},  {0, 2, 2, 0, 0, 0, 0, false}, {3, 0, 3, 1, 0, 1, 4, true},
         {0, 0, 0, 0, 0, 0, 0, true},   {1, 0, 1, 0, 0, 0, 0, false}};
-    const std::vector<list> series = {passengers(), synthetic_series(120), synthetic_series(40)};
+    std::vector<list> series = {passengers(), synthetic_series(120), synthetic_series(40)};
+    for (const list& spoiled : spoiled_series()) series.push_back(spoiled);
     digest handles("MakeArimaModelPtr"), getters("getters"), forecasts("forecasts"), one_shot("QorArima"),
         likelihood("ArimaLogLikelihood");
     for (const list& x : series) {
         for (const orders& o : models) {
             double constant = 0.0;
             list parameters(32, 0.1);
-            zolv_ArimaModel model = {
-                o.p, o.d, o.q, o.P, o.D, o.Q, o.S, 0, o.constant ? &constant : nullptr, nullptr, 0};
+            zolv_ArimaModel model{};
+            model.ArOrder = o.p;
+            model.Differencing = o.d;
+            model.MaOrder = o.q;
+            model.SeasonalArOrder = o.P;
+            model.SeasonalDifferencing = o.D;
+            model.SeasonalMaOrder = o.Q;
+            model.SeasonalPeriod = o.S;
+            if (o.constant) model.Constant = &constant;
             const auto n = static_cast<std::uint32_t>(x.size());
             std::uint32_t code = 0;
             zolv_ArimaHandle handle = zolv_MakeArimaModelPtr(x.data(), n, &model, &code);
@@ -342,13 +364,34 @@ void fits() {
             one_shot(parameters);
             one_shot(constant);
             likelihood(zolv_ArimaLogLikelihood(x.data(), static_cast<int>(n), &model));
+            parameters[0] = sign_set;
+            parameters[1] = missing;
+            likelihood(zolv_ArimaLogLikelihood(x.data(), static_cast<int>(n), &model));
+            handle = zolv_MakeArimaModelPtr(x.data(), n, &model, &code);
+            handles(code);
+            if (handle != nullptr) {
+                list out(16, 0.0);
+                zolv_GetEstimatedParameter(handle, 16, out.data());
+                handles(out);
+                zolv_DeleteArimaModelPtr(&handle);
+            }
         }
     }
 }
 
+void search_series(digest& to, const list& series, const zolv_BestArimaAutoFindSetting& setting) {
+    const zolv_BestArmaGroup group =
+        zolv_AutoFindBestArma(series.data(), static_cast<int>(series.size()), &setting);
+    for (int i = 0; i < group.count; ++i) {
+        const zolv_BestArmaModel& m = group.models[i];
+        to(list{static_cast<double>(group.order[i]), static_cast<double>(m.p), static_cast<double>(m.q),
+                static_cast<double>(m.seasonalP), m.logLikelihood, m.aicc, m.aic, m.bic});
+    }
+    zolv_CleanUpAfterAutoFindBestArma(group);
+}
+
 void search() {
     digest to("AutoFindBestArma");
-    const list series = synthetic_series(60);
     zolv_BestArimaAutoFindSetting setting = zolv_CreateBestArimaAutoFindSetting();
     setting.maxAr = setting.maxMa = 2;
     for (int criterion = 0; criterion < 3; ++criterion) {
@@ -357,15 +400,9 @@ void search() {
             setting.regularDifference = d;
             setting.seasonalPeriod = 4 * d;
             setting.maxSeasonalAr = d;
-            const zolv_BestArmaGroup group = zolv_AutoFindBestArma(series.data(), 60, &setting);
-            for (int i = 0; i < group.count; ++i) {
-                const zolv_BestArmaModel& m = group.models[i];
-                to(list{static_cast<double>(group.order[i]), static_cast<double>(m.p),
-                        static_cast<double>(m.q), static_cast<double>(m.seasonalP), m.logLikelihood, m.aicc,
-                        m.aic, m.bic});
-            }
-            zolv_CleanUpAfterAutoFindBestArma(group);
+            search_series(to, synthetic_series(60), setting);
         }
+        for (const list& spoiled : spoiled_series()) search_series(to, spoiled, setting);
     }
 }
 
@@ -390,6 +427,21 @@ void transforms() {
         interval(out);
         interval(high);
     }
+    digest pairs("transforms of every special pair");
+    for (const double lambda : lambdas) {
+        for (const double second : special) {
+            list out(x.size(), 0.0), high(x.size(), 0.0);
+            const list errors(x.size(), second);
+            zolv_InverseQorPowerTransformFit(x.data(), n, lambda, second, out.data());
+            pairs(out);
+            zolv_InverseQorPowerTransformForecast(x.data(), n, lambda, errors.data(), out.data());
+            pairs(out);
+            zolv_InverseQorPowerTransformInterval(x.data(), errors.data(), n, lambda, out.data(),
+                                                  high.data());
+            pairs(out);
+            pairs(high);
+        }
+    }
     digest lambda("GetBoxCoxLambda");
     for (const int group : {0, 2, 4, 12, 80}) {
         double out = 0.0;
@@ -398,12 +450,18 @@ void transforms() {
         lambda(out);
         lambda(zolv_GetBoxCoxLambda(series.data(), 144, group, -2.0, 2.0, 1e-4, &out));
         lambda(out);
+        for (const list& spoiled : spoiled_series()) {
+            lambda(zolv_GetBoxCoxLambda(spoiled.data(), 60, group, -2.0, 2.0, 1e-4, &out));
+            lambda(out);
+        }
     }
 }
 
 void unit_root() {
     digest to("AugmentedDickeyFuller");
-    for (const list& x : {passengers(), synthetic_series(144), synthetic_series(30)}) {
+    std::vector<list> series = {passengers(), synthetic_series(144), synthetic_series(30)};
+    for (const list& spoiled : spoiled_series()) series.push_back(spoiled);
+    for (const list& x : series) {
         for (const int lags : {-1, 0, 1, 4, 12}) {
             for (int method = 0; method < 4; ++method) {
                 for (int regression = 0; regression < 4; ++regression) {

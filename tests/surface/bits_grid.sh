@@ -14,7 +14,7 @@ flags = -std=c++20 -DNDEBUG -fPIC -fopenmp -ffp-contract=off -fno-fast-math -fst
     -fvisibility=hidden -DZOLV_BUILDING -DLAPACK_ILP64 -DOPENBLAS_USE64BITINT -w $
     -I$source_dir -I$source_dir/include -I$source_dir/tests/surface -isystem /usr/include/x86_64-linux-gnu/openblas64-pthread
 libraries = /usr/lib/llvm-14/lib/libomp.so $multiarch/liblapacke64.a $
-    $multiarch/openblas64-pthread/libopenblas64.a -lm -lpthread
+    $multiarch/openblas64-pthread/libopenblas64.a -lm -lpthread -Wl,--wrap=dgetrf_parallel
 rule compile
   command = \$compiler \$flags \$level -MMD -MF \$out.d -c \$in -o \$out
   depfile = \$out.d
@@ -23,6 +23,7 @@ rule link
   command = \$compiler \$in -o \$out \$libraries
 NINJA
     for compiler in g++-12 clang++-14; do
+        [ $compiler = g++-12 ] && c_compiler=gcc-12 || c_compiler=clang-14
         for level in O0 O2 O3; do
             variant=$compiler-$level
             objects=""
@@ -30,10 +31,9 @@ NINJA
                 tests/surface/bits_grid.cpp tests/surface/families.c tests/surface/airline_passengers.c; do
                 object=$work/$variant/${file//\//_}.o
                 objects+=" $object"
-                c_compiler=${compiler/g++/gcc}
                 case $file in
                     *.c) printf 'build %s: compile %s\n  compiler = %s\n  level = -%s\n  flags = -std=c11 -ffp-contract=off -w -I%s/include\n' \
-                        "$object" "$source_dir/$file" "${c_compiler/clang++/clang}" "$level" "$source_dir" ;;
+                        "$object" "$source_dir/$file" "$c_compiler" "$level" "$source_dir" ;;
                     *) printf 'build %s: compile %s\n  compiler = %s\n  level = -%s\n' \
                         "$object" "$source_dir/$file" "$compiler" "$level" ;;
                 esac
