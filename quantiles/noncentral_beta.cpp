@@ -97,7 +97,7 @@ double falling_sum(const mixture_point& m, double j1, const StartRatio& start_ra
     double T = std::exp(log_peak) * L;
     double total = (S + 1.0) * T;
     i = k;
-    while (i > 0.0) {
+    while (i > 0.0 && k - i < series_ceiling) {  // the outcome is settled where the ceiling is reached
         const double e = m.c + i - 1.0;
         const double t = i / m.ncp * (m.across / e / L + 1.0);  // T_(i-1) / T_i
         T = T * t;
