@@ -7,11 +7,16 @@ target_sources(surface_records_test PRIVATE "${surface_dir}/layout_c.c" "${surfa
                                             "${surface_dir}/airline_passengers.c")
 
 # ---- one call of everything, from C ----------------------------------------------------------------
+# Plain C programs: no OpenMP runtime of their own, so that what the library brings is what there is.
 function(add_surface_program name)
   add_executable(surface_${name} "${surface_dir}/${name}.c" ${ARGN})
   target_include_directories(surface_${name} PRIVATE "${surface_dir}")
   target_compile_options(surface_${name} PRIVATE -Wall -Wextra -Wpedantic)
-  target_link_libraries(surface_${name} PRIVATE zolv_flags m)
+  target_link_libraries(surface_${name} PRIVATE m)
+  if(ZOLV_SANITIZE)
+    target_link_options(surface_${name} PRIVATE -fsanitize=${ZOLV_SANITIZE})
+    set_target_properties(surface_${name} PROPERTIES LINKER_LANGUAGE CXX)  # the sanitizers' C++ parts
+  endif()
 endfunction()
 set(surface_families "${surface_dir}/families.c" "${surface_dir}/airline_passengers.c")
 
