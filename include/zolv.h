@@ -619,7 +619,8 @@ ZOLV_API double zolv_BetaCdf(double x, double a, double b, unsigned char upper);
  * A p of 0.5 and above is turned into 1 - p: for probabilities close to 1 ask for the other tail with the
  * small probability itself. Its answer is formed as one minus a quantile of the mirrored variate: a small x is
  * then good to 1e-16 in absolute terms only, and with b = 1e24 it is 0. Ask for the other tail with 1 - p
- * there. A quantile below the smallest normal double is 0.
+ * there. A quantile below the smallest normal double is 0, and so is, with a < 1 and b >= 1e9, one below
+ * 1e-100 / b.
  * Source: Newton's method from a start by expansion, at most 35 steps to a relative step of 5e-13, then
  * bisection; for a b / (a + b) >= 10000 the Cornish-Fisher expansion alone, whose error is of the order of its
  * first omitted term, (a b / (a + b))^-2, and grows with p away from 0.5.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/bits.hpp"
+#include "support/quantile_bits.hpp"
 
 namespace {
 
@@ -619,6 +620,27 @@ TEST(ResidualFunction, SameBitsAsThePlainCallable) {
                          solve_bracketed(0.0, f(0.0), 1.0, f(1.0), residual_function(f), failed_erased));
         EXPECT_EQ(failed_plain, failed_erased);
     }
+}
+
+// A second transcription of the three continuous searches, on (x - r)^3 + (x - r).
+TEST(RootSearch, ExactBits) {
+    using zolv_test::check_quantile_rows;
+    using zolv_test::quantile_row;
+    const auto cubic = [](double r) {
+        return [r](double x) { return (x - r) * (x - r) * (x - r) + (x - r); };
+    };
+    check_quantile_rows("bracketed", [&](const quantile_row& row) {
+        const auto f = cubic(row.x);
+        unsigned char failed = 9;
+        return solve_bracketed(row.y, f(row.y), row.z, f(row.z), f, failed);
+    });
+    check_quantile_rows("newton", [&](const quantile_row& row) {
+        const double r = row.x;
+        unsigned char failed = 9;
+        return solve_newton(
+            row.y, cubic(r), [r](double x) { return 3.0 * ((x - r) * (x - r)) + 1.0; }, 35, failed);
+    });
+    check_quantile_rows("expand", [&](const quantile_row& row) { return expand(row.y, cubic(row.x)).x1; });
 }
 
 }  // namespace
