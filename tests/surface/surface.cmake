@@ -23,6 +23,7 @@ set(surface_families "${surface_dir}/families.c" "${surface_dir}/airline_passeng
 add_surface_program(every_family ${surface_families})
 target_link_libraries(surface_every_family PRIVATE zolv)
 add_test(NAME surface.every_family COMMAND surface_every_family)
+set_tests_properties(surface.every_family PROPERTIES ${test_properties})
 
 # ---- the header ------------------------------------------------------------------------------------
 set(surface_strict -Wall -Wextra -pedantic -Wconversion -Werror -fsyntax-only)
