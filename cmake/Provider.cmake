@@ -12,7 +12,7 @@ if(ZOLV_PROVIDER STREQUAL "openblas")
   target_include_directories(zolv_provider SYSTEM INTERFACE ${ZOLV_CBLAS_INCLUDE} ${ZOLV_LAPACKE_INCLUDE})
   target_compile_definitions(zolv_provider INTERFACE LAPACK_ILP64 OPENBLAS_USE64BITINT)
   target_link_libraries(zolv_provider INTERFACE
-    $<BUILD_INTERFACE:${ZOLV_LAPACKE}> $<BUILD_INTERFACE:${ZOLV_OPENBLAS}> gfortran m pthread)
+    $<BUILD_INTERFACE:${ZOLV_LAPACKE}> $<BUILD_INTERFACE:${ZOLV_OPENBLAS}> m pthread)
 else()
   find_package(MKL CONFIG REQUIRED)
   target_compile_definitions(zolv_provider INTERFACE ZOLV_PROVIDER_MKL MKL_ILP64)
