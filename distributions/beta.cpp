@@ -21,12 +21,16 @@ bool beta_shapes_valid(double a, double b) {
     return a > 0.0 && a < plus_infinity && b > 0.0 && b < plus_infinity;
 }
 
-// density and mirrored_density answer exp(log_beta_pdf) for (a, b) and for (b, a).
+// Shapes at the ends of the range of a double can take the arithmetic to inf - inf. The sign of such a NaN is
+// the compiler's choice of operands; here it is settled.
+double with_settled_nan(double value) { return is_nan(value) ? sign_set_nan : value; }
+
+// density and mirrored_density answer log_beta_pdf for (a, b) and for (b, a).
 template <class Density, class MirroredDensity>
 double beta_density_from(double x, double a, double b, const Density& density,
                          const MirroredDensity& mirrored_density) {
     if (!(x > 0.0 && x < 1.0)) return beta_density_at_end(x, a, b);
-    return std::exp(x < 0.5 ? density(x) : mirrored_density(1.0 - x));
+    return with_settled_nan(std::exp(x < 0.5 ? density(x) : mirrored_density(1.0 - x)));
 }
 
 // tails and mirrored_tails answer beta_tails for (a, b) and for (b, a).
@@ -38,17 +42,17 @@ double beta_tail_from(double x, unsigned char upper, const Tails& tails,
     if (x >= 1.0) return upper != 0 ? 0.0 : 1.0;
     if (x < 0.5) {
         const tail_pair pair = tails(x);
-        return upper != 0 ? pair.upper : pair.lower;
+        return with_settled_nan(upper != 0 ? pair.upper : pair.lower);
     }
     const tail_pair exchanged = mirrored_tails(1.0 - x);
-    return upper != 0 ? exchanged.lower : exchanged.upper;
+    return with_settled_nan(upper != 0 ? exchanged.lower : exchanged.upper);
 }
 
 double beta_inverse(const beta_quantile_solver& quantile, double p, unsigned char upper) {
     if (is_nan(p) || p < 0.0 || p > 1.0) return sign_set_nan;
     if (p == 0.0) return upper != 0 ? 1.0 : 0.0;
     if (p == 1.0) return upper != 0 ? 0.0 : 1.0;
-    return quantile.from_smaller(p, upper);
+    return with_settled_nan(quantile.from_smaller(p, upper));
 }
 
 }  // namespace

@@ -585,6 +585,8 @@ ZOLV_API void zolv_ParallelChiSqCdf(const double* x, uint64_t n, double df, doub
  * Returns the density; 0 outside [0, 1] and for an infinite x; at x = 0 plus infinity for a < 1, b for a = 1,
  * 0 for a > 1; at x = 1 plus infinity for b < 1, a for b = 1, 0 for b > 1; the sign-set NaN for a NaN x; the
  * missing value for a bad shape, whatever x is.
+ * Shapes at the ends of the range of a double (5e-324, 1e308) can make the arithmetic meet inf - inf; the
+ * sign-set NaN is then the answer of this function and of the quantile.
  * Source: a saddle-point form (Loader 2000), accurate near the mode for large shapes too; the tails of the
  * density lose relative accuracy in proportion to its logarithm.
  * Threads: any number at once. */

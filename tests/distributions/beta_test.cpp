@@ -384,31 +384,55 @@ TEST(BetaArrays, ACountOfZeroWritesNothing) {
     EXPECT_EQ(out, 5.0);
 }
 
-// No argument makes a call run on: every combination of special values comes back.
+// No argument makes a call run on: every combination of special values comes back, and a NaN is one of the
+// two patterns: the missing value for a bad shape, otherwise the sign-set one.
 TEST(BetaFamily, SpecialValuesComeBack) {
-    const double special[] = {0.0,      -0.0,
-                              5e-324,   2.2250738585072014e-308,
-                              1e-300,   1e-100,
-                              1e-16,    1e-5,
-                              0.001,    0.3,
-                              0.5,      std::nextafter(1.0, 0.0),
-                              1.0,      std::nextafter(1.0, 2.0),
-                              2.5,      10.0,
-                              1e4,      1e9,
-                              1e15,     1e23,
-                              1e100,    1.7e308,
-                              infinity, quiet_nan};
-    for (const double x : special) {
-        for (const double a : special) {
-            for (const double b : special) {
-                zolv_BetaPdf(x, a, b);
+    const double special[] = {0.0,
+                              -0.0,
+                              -1.0,
+                              5e-324,
+                              2.2250738585072014e-308,
+                              1e-300,
+                              1e-100,
+                              1e-16,
+                              1e-5,
+                              0.001,
+                              0.3,
+                              0.5,
+                              std::nextafter(1.0, 0.0),
+                              1.0,
+                              std::nextafter(1.0, 2.0),
+                              2.5,
+                              10.0,
+                              1e4,
+                              1e9,
+                              1e15,
+                              1e23,
+                              1e100,
+                              1.7e308,
+                              infinity,
+                              quiet_nan};
+    const auto expect_known = [](double value, bool bad) {
+        if (bad) {
+            EXPECT_MISSING(value);
+        } else if (std::isnan(value)) {
+            EXPECT_SIGN_SET_NAN(value);
+        }
+    };
+    for (const double a : special) {
+        for (const double b : special) {
+            const bool bad = !(a > 0.0 && a < infinity && b > 0.0 && b < infinity);
+            for (const double x : special) {
+                expect_known(zolv_BetaPdf(x, a, b), bad);
                 for (const unsigned char upper : both_tails) {
-                    zolv_BetaCdf(x, a, b, upper);
-                    zolv_BetaInvCdf(x, a, b, upper);
+                    expect_known(zolv_BetaCdf(x, a, b, upper), bad);
+                    expect_known(zolv_BetaInvCdf(x, a, b, upper), bad);
                 }
             }
         }
     }
+    // Shapes this small leave nothing of the saddle-point form.
+    EXPECT_SIGN_SET_NAN(zolv_BetaPdf(0.25, 5e-324, 1.0));
 }
 
 }  // namespace
