@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "frame/nan.hpp"
+#include "model_search/innovation_recursion.hpp"
 #include "time_series/running_mean.hpp"
 #include "zolv.h"
 
@@ -55,80 +56,6 @@ std::vector<double> MovingAverageCovariance(const std::vector<double>& ma) {
     }
     return c;
 }
-
-// The unit lower triangle theta and the diagonal r of the covariance of W, grown row by row.
-//
-// Order: theta(i,j) = (kappa(i,j) - sum over k < j of (theta(j,k) theta(i,k)) r_k) / r_j, the sum from 0 in
-//        rising k. The loops stand the other way round: each finished theta(i,k) is added to the running
-//        sums of all later j. Every sum still receives the same terms in the same order, and neighbouring j
-//        are neighbours in memory because theta is stored by columns.
-// Every row runs over all earlier columns: the zeros that the band of kappa makes are computed like the rest.
-class InnovationRecursion {
-public:
-    InnovationRecursion(std::vector<double> kappa, const std::vector<double>& w)
-        : n_(w.size()),
-          kappa_(std::move(kappa)),
-          theta_(n_ * (n_ - 1) / 2),
-          r_(n_, kappa_[0]),
-          e_(w),
-          sum_(n_),
-          determinant_(kappa_[0]),
-          quadratic_form_(w[0] * w[0] / kappa_[0]) {}
-
-    // Computes row i of theta, leaves V for SetInnovation, and returns A, the prediction of W_i from the
-    // innovations before it.
-    double Row(std::size_t i) {
-        const double* const kappa = &kappa_[i * (i + 1) / 2];
-        const double* const r = r_.data();
-        double* __restrict const sum = sum_.data();
-        std::fill_n(sum, i, 0.0);
-        double A = 0.0;
-        for (std::size_t k = 0; k < i; ++k) {
-            double* const column = &theta_[Start(k)];  // column[j - k - 1] is theta(j, k)
-            const double theta = (kappa[k] - sum[k]) / r[k];
-            column[i - k - 1] = theta;
-            if (k == 0) {
-                A = e_[0] * theta;
-                V_ = theta * theta * r[0];
-            } else {
-                A = A + theta * e_[k];
-                V_ = V_ + theta * theta * r[k];
-            }
-            AddColumn(column, theta, r[k], i - k - 1, sum + k + 1);
-        }
-        return A;
-    }
-
-    // The innovation of row i, after Row(i).
-    void SetInnovation(std::size_t i, double e) {
-        e_[i] = e;
-        r_[i] = kappa_[i * (i + 1) / 2 + i] - V_;
-        determinant_ = determinant_ * r_[i];
-        quadratic_form_ = quadratic_form_ + e * e / r_[i];
-    }
-
-    double Determinant() const { return determinant_; }
-    double QuadraticForm() const { return quadratic_form_; }
-
-private:
-    // Where column k of the strict lower triangle starts; it holds rows k + 1 .. n - 1.
-    std::size_t Start(std::size_t k) const { return k * (2 * n_ - k - 1) / 2; }
-
-    static void AddColumn(const double* __restrict column, double theta, double r, std::size_t count,
-                          double* __restrict sum) {
-        for (std::size_t j = 0; j < count; ++j) sum[j] += column[j] * theta * r;
-    }
-
-    std::size_t n_;
-    std::vector<double> kappa_;
-    std::vector<double> theta_;
-    std::vector<double> r_;
-    std::vector<double> e_;
-    std::vector<double> sum_;
-    double determinant_;
-    double quadratic_form_;
-    double V_ = 0.0;
-};
 
 }  // namespace
 
@@ -252,12 +179,12 @@ double ArmaDeviance(const std::vector<double>& w, const std::vector<double>& ar,
     InnovationRecursion recursion(std::move(kappa), w);
     const std::size_t pa = ar.size();
     const std::size_t first_filtered = std::max<std::size_t>(1, std::min(std::max(pa, ma.size()), n));
-    for (std::size_t i = 1; i < first_filtered; ++i) recursion.SetInnovation(i, w[i] - recursion.Row(i));
-    for (std::size_t i = first_filtered; i < n; ++i) {
+    recursion.Run([&](std::size_t i, double A) {
+        if (i < first_filtered) return w[i] - A;
         double B = 0.0;
         for (std::size_t k = 1; k <= pa; ++k) B += ar[k - 1] * w[i - k];
-        recursion.SetInnovation(i, w[i] - (B + recursion.Row(i)));
-    }
+        return w[i] - (B + A);
+    });
     // The determinant is one running product and its logarithm is taken once: it may leave the range.
     const double deviance = static_cast<double>(n) * (std::log(sigma2) + log_two_pi) +
                             std::log(recursion.Determinant()) + recursion.QuadraticForm() / sigma2;

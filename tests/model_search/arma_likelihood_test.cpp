@@ -164,7 +164,7 @@ TEST(ArmaLikelihood, BitsOfAnIndependentTranscription) {
     }
 }
 
-TEST(ArmaLikelihood, ColumnFormHasTheBitsOfTheRowForm) {
+TEST(ArmaLikelihood, BlockFormHasTheBitsOfTheRowForm) {
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> coefficient(-0.6, 0.6);
     for (int trial = 0; trial < 400; ++trial) {
@@ -181,9 +181,16 @@ TEST(ArmaLikelihood, ColumnFormHasTheBitsOfTheRowForm) {
         EXPECT_SAME_BITS(ArmaDeviance(w, ar, ma, sigma2), plain_deviance(w, ar, ma, sigma2))
             << "n " << n << " pa " << ar.size() << " qa " << ma.size();
     }
-    const std::vector<double> w = generated_series(5, 600);
     const std::vector<double> ar{0.4, 0.0, 0.0, 0.3, -0.12}, ma{0.3, 0.2};
-    EXPECT_SAME_BITS(ArmaDeviance(w, ar, ma, 5.0), plain_deviance(w, ar, ma, 5.0));
+    for (std::size_t n = 1; n <= 75; ++n) {  // every remainder of a block, some of them short of the raw part
+        const std::vector<double> w = generated_series(n, n);
+        EXPECT_SAME_BITS(ArmaDeviance(w, ar, ma, 5.0), plain_deviance(w, ar, ma, 5.0)) << "n " << n;
+        EXPECT_SAME_BITS(ArmaDeviance(w, ma, ar, 5.0), plain_deviance(w, ma, ar, 5.0)) << "n " << n;
+    }
+    for (const std::size_t n : {255u, 256u, 257u, 600u}) {
+        const std::vector<double> w = generated_series(5, n);
+        EXPECT_SAME_BITS(ArmaDeviance(w, ar, ma, 5.0), plain_deviance(w, ar, ma, 5.0)) << "n " << n;
+    }
 }
 
 TEST(ArmaLikelihood, SameBitsFromManyThreads) {
