@@ -16,12 +16,9 @@ namespace {
 namespace provider = zolv::provider;
 using provider::integer;
 
-constexpr int solve_failed = 30000;
-constexpr int not_factorised = 30007;
-
 CBLAS_TRANSPOSE op(int transpose) { return transpose != 0 ? CblasTrans : CblasNoTrans; }
 CBLAS_UPLO triangle(bool upper) { return upper ? CblasUpper : CblasLower; }
-int code_of(integer info) { return info != 0 ? not_factorised : 0; }
+int code_of(integer info) { return info != 0 ? zolv_code_not_positive_definite : zolv_code_done; }
 
 }  // namespace
 
@@ -144,9 +141,10 @@ void zolv_UnpackTriangularMat(const double* Ap, double* A, int64_t n) {
 }
 
 int zolv_SolveSquareSystem(double* A, double* b, int64_t n) {
-    if (n < 0) return solve_failed;
+    if (n < 0) return zolv_code_solve_failed;
     std::vector<integer> pivots(static_cast<std::size_t>(n));
-    return LAPACKE_dgesv(LAPACK_ROW_MAJOR, n, 1, A, n, pivots.data(), b, 1) != 0 ? solve_failed : 0;
+    return LAPACKE_dgesv(LAPACK_ROW_MAJOR, n, 1, A, n, pivots.data(), b, 1) != 0 ? zolv_code_solve_failed
+                                                                                 : zolv_code_done;
 }
 
 int zolv_SetMKLReproducibility(void) { return provider::MKL_CBWR_Set(3); }

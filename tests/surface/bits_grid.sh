@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# bits_grid.sh SOURCE WORK: builds the library's sources with bits_grid.cpp under g++ 12 and clang++ 14 at -O0,
-# -O2 and -O3, and compares what the six programs print, line for line.
+# bits_grid.sh SOURCE WORK CBLAS_INCLUDE LIBRARY...: builds the library's sources with bits_grid.cpp under
+# g++ 12 and clang++ 14 at -O0, -O2 and -O3, and compares what the six programs print, line for line.
 set -euo pipefail
 source_dir=$1
 work=$2
-multiarch=/usr/lib/x86_64-linux-gnu
+cblas_include=$3
+shift 3
 mkdir -p "$work"
 cd "$source_dir"
 
@@ -12,9 +13,8 @@ cd "$source_dir"
     cat <<NINJA
 flags = -std=c++20 -DNDEBUG -fPIC -fopenmp -ffp-contract=off -fno-fast-math -fstack-protector-strong $
     -fvisibility=hidden -DZOLV_BUILDING -DLAPACK_ILP64 -DOPENBLAS_USE64BITINT -w $
-    -I$source_dir -I$source_dir/include -I$source_dir/tests/surface -isystem /usr/include/x86_64-linux-gnu/openblas64-pthread
-libraries = /usr/lib/llvm-14/lib/libomp.so $multiarch/liblapacke64.a $
-    $multiarch/openblas64-pthread/libopenblas64.a -lm -lpthread -Wl,--wrap=dgetrf_parallel
+    -I$source_dir -I$source_dir/include -I$source_dir/tests/surface -isystem $cblas_include
+libraries = $* -lm -lpthread -Wl,--wrap=dgetrf_parallel
 rule compile
   command = \$compiler \$flags \$level -MMD -MF \$out.d -c \$in -o \$out
   depfile = \$out.d
