@@ -2,12 +2,13 @@
 //
 // The point and both parameters are halved on the way in, the density is halved and a quantile doubled on the
 // way out. nc / 2 is the Poisson mean of the mixture.
-#include <cmath>
+#include <optional>
 
 #include "distributions/central_tails.hpp"
 #include "distributions/gamma_density.hpp"
 #include "frame/nan.hpp"
 #include "frame/parallel.hpp"
+#include "kernels/incomplete_gamma.hpp"
 #include "quantiles/gamma_quantile.hpp"
 #include "quantiles/noncentral_gamma.hpp"
 #include "zolv.h"
@@ -21,36 +22,47 @@ bool chi_square_parameters_valid(double df, double nc) {
     return df > 0.0 && df < plus_infinity && is_finite(nc);
 }
 
-// One tail of the noncentral gamma at any x; the mixture is asked only for 0 < x < infinity.
+// One tail of the gamma, central or not, at any x; the kernels are asked only for 0 < x < infinity.
 class gamma_tail {
 public:
-    gamma_tail(double a, double nc, unsigned char upper) : a_(a), nc_(nc), upper_(upper), weights_(nc) {}
+    gamma_tail(double a, double nc, unsigned char upper) : central_(nc == 0.0), upper_(upper != 0) {
+        if (central_) {
+            kernel_.emplace(a);
+        } else {
+            mixture_.emplace(a, nc);
+        }
+    }
 
     // What depends on the parameters alone; worth its price from the second element on.
-    void prepare() { weights_.prepare(); }
+    void prepare() const {
+        if (!central_) mixture_->prepare();
+    }
 
     double operator()(double x) const {
-        if (nc_ == 0.0) return gamma_cdf_central(x, a_, upper_);
         if (is_nan(x)) return sign_set_nan;
-        if (is_infinite(x)) return (x > 0.0) == (upper_ != 0) ? 0.0 : 1.0;
-        if (x <= 0.0) return upper_ != 0 ? 1.0 : 0.0;
-        const tail_pair tails = gamma_nc_tails(x, a_, weights_);
-        return upper_ != 0 ? tails.upper : tails.lower;
+        if (is_infinite(x)) return (x > 0.0) == upper_ ? 0.0 : 1.0;
+        if (x <= 0.0) return upper_ ? 1.0 : 0.0;
+        const tail_pair tails = central_ ? (*kernel_)(x) : (*mixture_)(x);
+        return upper_ ? tails.upper : tails.lower;
     }
 
 private:
-    double a_, nc_;
-    unsigned char upper_;
-    poisson_start_indices weights_;
+    bool central_, upper_;
+    std::optional<gamma_tail_kernel> kernel_;
+    std::optional<gamma_nc_mixture> mixture_;
 };
+
+// The scalar form of the above; the central tail has a plain one that prepares nothing.
+double gamma_cdf(double x, double a, double nc, unsigned char upper) {
+    return nc == 0.0 ? gamma_cdf_central(x, a, upper) : gamma_tail(a, nc, upper)(x);
+}
 
 double gamma_quantile(double p, double a, double nc, unsigned char upper) {
     if (is_nan(p) || p < 0.0 || p > 1.0) return sign_set_nan;
     if (p == 0.0) return upper != 0 ? plus_infinity : 0.0;
     if (p == 1.0) return upper != 0 ? 0.0 : plus_infinity;
     if (nc != 0.0) return gamma_nc_quantile(p, a, nc, upper);
-    if (a >= 10000.0) return gamma_quantile_large(p, a, upper);
-    return upper != 0 ? gamma_quantile_right(p, a) : gamma_quantile_left(p, a);
+    return gamma_quantile_solver(a)(p, upper);
 }
 
 }  // namespace
@@ -66,7 +78,7 @@ extern "C" double zolv_ChiSqPdf(double x, double df, double nc) {
 
 extern "C" double zolv_ChiSqCdf(double x, double df, double nc, unsigned char upper) {
     if (!chi_square_parameters_valid(df, nc)) return missing_value;
-    return gamma_tail(df / 2.0, nc / 2.0, upper)(x / 2.0);
+    return gamma_cdf(x / 2.0, df / 2.0, nc / 2.0, upper);
 }
 
 extern "C" double zolv_ChiSqInvCdf(double p, double df, double nc, unsigned char upper) {
@@ -83,7 +95,7 @@ extern "C" void zolv_ParallelChiSqPdf(const double* x, uint64_t n, double df, do
 extern "C" void zolv_ParallelChiSqCdf(const double* x, uint64_t n, double df, double nc, unsigned char upper,
                                       double* out) {
     if (!chi_square_parameters_valid(df, nc)) return fill_missing(out, n);
-    gamma_tail tail(df / 2.0, nc / 2.0, upper);
+    const gamma_tail tail(df / 2.0, nc / 2.0, upper);
     if (n > 1) tail.prepare();
     parallel_for(n, [&](uint64_t i) { out[i] = tail(x[i] / 2.0); });
 }

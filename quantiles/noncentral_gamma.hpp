@@ -9,15 +9,46 @@
 // Range:  x > 0, a > 0, ncp > 0. A negative ncp has no mixture and gives the sign-set NaN, as does one so
 // large
 //         that neighbouring indices are the same double.
+// Oddity: a sum walks at most 750000 terms from its first index to its largest term and is 0 if it has not
+// met
+//         it by then. The first index lies some 7.7 standard deviations of the weights from their mean, so
+//         that from a mean of about 1e10 on both tails jump from 0 to 1 at x = a + ncp.
 #pragma once
 
+#include "kernels/incomplete_gamma.hpp"
+#include "kernels/log_gamma.hpp"
 #include "kernels/tail_pair.hpp"
 #include "quantiles/noncentral_sums.hpp"
+#include "quantiles/prepared_once.hpp"
 
 namespace dru::impl {
 
-// 0 < x < infinity.
-tail_pair gamma_nc_tails(double x, double a, const poisson_start_indices& weights);
+// The mixture of given parameters: both tails at any 0 < x < infinity. What depends on the parameters alone
+// is worked out at its first use and kept; an object that several threads share is prepared before they
+// start.
+class gamma_nc_mixture {
+public:
+    gamma_nc_mixture(double a, double ncp) : a_(a), weights_(ncp), first_term_(a) {}
+    void prepare() const;
+
+    tail_pair operator()(double x) const;
+
+    double shape() const { return a_; }
+    double mean_weight() const { return weights_.mean(); }
+
+private:
+    double upper_sum(double x) const;
+    double lower_sum(double x) const;
+    double log_term(double k, double x) const;
+    const gamma_tail_kernel& first_kernel() const;
+    const gamma_tail_kernel& last_kernel() const;
+
+    double a_;
+    poisson_start_indices weights_;
+    gamma_log_density first_term_;                                 // the density that index 0 weighs
+    prepared_once<gamma_tail_kernel> first_kernel_, last_kernel_;  // where the two sums start
+};
+
 tail_pair gamma_nc_tails(double x, double a, double ncp);
 
 // The quantile of the mixture for 0 < p < 1, or of the central gamma when ncp is 0.

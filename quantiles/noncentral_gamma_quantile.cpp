@@ -16,21 +16,22 @@ namespace {
 // slightly above 1 is, with 1 - p.
 class gamma_nc_residual {
 public:
-    gamma_nc_residual(double p, double a, const poisson_start_indices& weights, bool upper)
-        : p_(p), a_(a), weights_(weights), upper_(upper) {}
+    gamma_nc_residual(double p, const gamma_nc_mixture& mixture, bool upper)
+        : p_(p), mixture_(mixture), upper_(upper) {}
 
     double operator()(double x) const {
         if (is_nan(x)) return sign_set_nan - p_;
         if (x <= 0.0) return upper_ ? 1.0 - p_ : -p_;
         if (is_infinite(x)) return upper_ ? -p_ : 1.0 - p_;
-        const tail_pair tails = weights_.mean() == 0.0 ? gamma_tails(x, a_) : gamma_nc_tails(x, a_, weights_);
+        const tail_pair tails =
+            mixture_.mean_weight() == 0.0 ? gamma_tails(x, mixture_.shape()) : mixture_(x);
         if (!upper_) return tails.lower - p_;
         return tails.upper < 0.0 ? 1.0 - p_ : tails.upper - p_;
     }
 
 private:
-    double p_, a_;
-    const poisson_start_indices& weights_;
+    double p_;
+    const gamma_nc_mixture& mixture_;
     bool upper_;
 };
 
@@ -113,8 +114,8 @@ bracket gamma_nc_bracket(double p, double a, double ncp, unsigned char upper, co
 }  // namespace
 
 double gamma_nc_quantile(double p, double a, double ncp, unsigned char upper) {
-    const poisson_start_indices weights(ncp);
-    const gamma_nc_residual f(p, a, weights, upper != 0);
+    const gamma_nc_mixture mixture(a, ncp);
+    const gamma_nc_residual f(p, mixture, upper != 0);
     const bracket b = gamma_nc_bracket(p, a, ncp, upper, f);
     if (b.stuck) return sign_set_nan;
     if (b.flo == 0.0) return b.lo;
