@@ -8,6 +8,7 @@
 // container would, the call returns first.
 #include <vector>
 
+#include "frame/own_stack.hpp"
 #include "frame/provider.hpp"
 #include "zolv.h"
 
@@ -19,6 +20,21 @@ using provider::integer;
 CBLAS_TRANSPOSE op(int transpose) { return transpose != 0 ? CblasTrans : CblasNoTrans; }
 CBLAS_UPLO triangle(bool upper) { return upper ? CblasUpper : CblasLower; }
 int code_of(integer info) { return info != 0 ? zolv_code_not_positive_definite : zolv_code_done; }
+
+// Stack that the provider's threaded LU factorisation may take: 528 KiB of bookkeeping, whatever the order of
+// the matrix, and as much again for each halving of the panel until it has 8 columns. No other call comes
+// near.
+std::size_t factorisation_stack(int64_t n) {
+    constexpr std::size_t frame = 544 * 1024, rest = 128 * 1024;
+    constexpr int64_t widest_panel = 1024, narrowest_panel = 8;
+    std::size_t frames = 1;
+    if (n > widest_panel) {
+        n = widest_panel;
+        ++frames;
+    }
+    for (; n > narrowest_panel; n = (n + 1) / 2) ++frames;
+    return frames * frame + rest;
+}
 
 }  // namespace
 
@@ -143,8 +159,10 @@ void zolv_UnpackTriangularMat(const double* Ap, double* A, int64_t n) {
 int zolv_SolveSquareSystem(double* A, double* b, int64_t n) {
     if (n < 0) return zolv_code_solve_failed;
     std::vector<integer> pivots(static_cast<std::size_t>(n));
-    return LAPACKE_dgesv(LAPACK_ROW_MAJOR, n, 1, A, n, pivots.data(), b, 1) != 0 ? zolv_code_solve_failed
-                                                                                 : zolv_code_done;
+    integer info = -1;
+    const auto solve = [&] { info = LAPACKE_dgesv(LAPACK_ROW_MAJOR, n, 1, A, n, pivots.data(), b, 1); };
+    return provider::run_with_stack(factorisation_stack(n), solve) && info == 0 ? zolv_code_done
+                                                                                : zolv_code_solve_failed;
 }
 
 int zolv_SetMKLReproducibility(void) { return provider::MKL_CBWR_Set(3); }

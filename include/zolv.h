@@ -442,7 +442,9 @@ ZOLV_API void zolv_UnpackTriangularMat(const double* Ap, double* A, int64_t n);
  *
  * Returns 0, also for n = 0; 30000 if U is exactly singular (A holds the factors, b is unchanged), if A or b
  * holds a NaN (both are unchanged), if n is negative, or if the provider cannot have its scratch memory.
- * The array of pivots is the only memory allocated here; its failure is thrown as std::bad_alloc. */
+ * The array of pivots is the only memory allocated here; its failure is thrown as std::bad_alloc.
+ * Threads: takes 0.7 MiB of stack for n <= 8, up to 5 MiB for n > 1000; a calling thread that has less waits
+ * for one made for the call. */
 ZOLV_API int zolv_SolveSquareSystem(double* A, double* b, int64_t n);
 
 /* Asks the provider for results that do not depend on the machine's number of processors: from then on its

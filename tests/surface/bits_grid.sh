@@ -14,7 +14,7 @@ cd "$source_dir"
 flags = -std=c++20 -DNDEBUG -fPIC -fopenmp -ffp-contract=off -fno-fast-math -fstack-protector-strong $
     -fvisibility=hidden -DZOLV_BUILDING -DLAPACK_ILP64 -DOPENBLAS_USE64BITINT -w $
     -I$source_dir -I$source_dir/include -I$source_dir/tests/surface -isystem $cblas_include
-libraries = $* -lm -lpthread -Wl,--wrap=dgetrf_parallel
+libraries = $* -lm -lpthread
 rule compile
   command = \$compiler \$flags \$level -MMD -MF \$out.d -c \$in -o \$out
   depfile = \$out.d
