@@ -26,6 +26,13 @@ find_library(ZOLV_OPENMP_RUNTIME NAMES omp libomp.so.5
              PATHS /usr/lib/llvm-14/lib /usr/lib/x86_64-linux-gnu REQUIRED)
 target_compile_options(zolv_flags INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fopenmp>)
 target_link_libraries(zolv_flags INTERFACE $<BUILD_INTERFACE:${ZOLV_OPENMP_RUNTIME}>)
+if(ZOLV_SANITIZE MATCHES thread)
+  # Archer tells the thread sanitizer what the runtime's forks and barriers order.
+  get_filename_component(runtime_dir "${ZOLV_OPENMP_RUNTIME}" DIRECTORY)
+  find_library(ZOLV_ARCHER NAMES libarcher.so PATHS "${runtime_dir}" REQUIRED)
+  target_link_libraries(zolv_flags INTERFACE
+    $<BUILD_INTERFACE:-Wl,--push-state,--no-as-needed> $<BUILD_INTERFACE:${ZOLV_ARCHER}> $<BUILD_INTERFACE:-Wl,--pop-state>)
+endif()
 
 add_library(zolv_warnings INTERFACE)
 target_compile_options(zolv_warnings INTERFACE
