@@ -1,10 +1,9 @@
 #include "model_search/arma_search.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <exception>
 #include <limits>
+#include <memory>
 #include <new>
 #include <span>
 #include <stdexcept>
@@ -47,28 +46,62 @@ public:
     // Calls visit(Q, P, q, lowest p, highest p) for each non-empty run of p.
     template <class Visit>
     void ForEachRun(const Visit& visit) const {
-        const std::int64_t most = limit_ - 1;
-        if (p_.low > p_.high || q_.low > q_.high || P_.low > P_.high) return;
-        for (std::int64_t Q = Q_.low; Q <= std::min(Q_.high, most - P_.low - q_.low - p_.low); ++Q) {
-            for (std::int64_t P = P_.low; P <= std::min(P_.high, most - Q - q_.low - p_.low); ++P) {
-                for (std::int64_t q = q_.low; q <= std::min(q_.high, most - Q - P - p_.low); ++q) {
-                    visit(Q, P, q, p_.low, std::min(p_.high, most - Q - P - q));
-                }
+        ForEachSeasonalPair([&](std::int64_t Q, std::int64_t P, std::int64_t rest) {
+            for (std::int64_t q = q_.low; q <= std::min(q_.high, rest - p_.low); ++q) {
+                visit(Q, P, q, p_.low, std::min(p_.high, rest - q));
             }
-        }
+        });
     }
 
+    // Each pair of Q and P admits at least one candidate, so that a grid which is too large is refused before
+    // the loops reach its size.
     std::int64_t Count() const {
+        if (Inverted()) return 0;
+        RefuseBeyondMost(CountPairs(Q_, P_, limit_ - 1 - q_.low - p_.low));
         std::int64_t count = 0;
-        ForEachRun([&](std::int64_t, std::int64_t, std::int64_t, std::int64_t low, std::int64_t high) {
-            count += high - low + 1;
-            if (count > std::numeric_limits<std::int32_t>::max())
-                throw std::length_error("too many candidates");
+        ForEachSeasonalPair([&](std::int64_t, std::int64_t, std::int64_t rest) {
+            count += CountPairs(q_, p_, rest);
+            RefuseBeyondMost(count);
         });
         return count;
     }
 
 private:
+    static constexpr std::int64_t most_candidates = std::numeric_limits<std::int32_t>::max();
+
+    bool Inverted() const {
+        return p_.low > p_.high || q_.low > q_.high || P_.low > P_.high || Q_.low > Q_.high;
+    }
+
+    // Calls visit(Q, P, rest) for each pair that leaves room for the lowest q and p; their sum may be `rest`.
+    template <class Visit>
+    void ForEachSeasonalPair(const Visit& visit) const {
+        const std::int64_t most = limit_ - 1;
+        if (Inverted()) return;
+        for (std::int64_t Q = Q_.low; Q <= std::min(Q_.high, most - P_.low - q_.low - p_.low); ++Q) {
+            for (std::int64_t P = P_.low; P <= std::min(P_.high, most - Q - q_.low - p_.low); ++P) {
+                visit(Q, P, most - Q - P);
+            }
+        }
+    }
+
+    static void RefuseBeyondMost(std::int64_t count) {
+        if (count > most_candidates) throw std::length_error("too many candidates");
+    }
+
+    // Pairs within the bounds whose sum is at most `rest`; any number above most_candidates stands for more.
+    static std::int64_t CountPairs(const Bounds& outer, const Bounds& inner, std::int64_t rest) {
+        const std::int64_t rows = std::min(outer.high, rest - inner.low) - outer.low + 1;
+        const std::int64_t longest = std::min(inner.high, rest - outer.low) - inner.low + 1;
+        if (rows < 1 || longest < 1) return 0;
+        if (rows > most_candidates || longest > most_candidates) return most_candidates + 1;
+        // Rows before `rest` cuts them are all of the same length, behind that each is shorter by one.
+        const std::int64_t whole = std::clamp<std::int64_t>(rest - inner.high - outer.low + 1, 0, rows);
+        const std::int64_t cut = rows - whole;
+        const std::int64_t first_cut = rest - (outer.low + whole) - inner.low + 1;
+        return whole * longest + cut * (first_cut + (first_cut - cut + 1)) / 2;
+    }
+
     std::int64_t limit_;
     Bounds p_, q_, P_, Q_;
 };
@@ -167,23 +200,12 @@ std::vector<ArmaCandidate> EnumerateCandidates(const zolv_BestArimaAutoFindSetti
 zolv_BestArmaModel* RunArma(const double* series, int count, int d, int D,
                             const std::vector<ArmaCandidate>& candidates, int s, bool constant,
                             FitRoutine fit) {
-    zolv_BestArmaModel* const models = new (std::nothrow) zolv_BestArmaModel[candidates.size()];
+    std::unique_ptr<zolv_BestArmaModel[]> models(new (std::nothrow) zolv_BestArmaModel[candidates.size()]);
     if (models == nullptr) return nullptr;
-    std::exception_ptr failure;
-    std::atomic_flag failed = ATOMIC_FLAG_INIT;
     dru::impl::parallel_for(candidates.size(), [&](std::uint64_t i) {
-        // An exception must not leave the region: the first one is kept, and rethrown behind the loop.
-        try {
-            models[i] = FitAndScore(series, count, d, D, candidates[i], s, constant, fit);
-        } catch (...) {
-            if (!failed.test_and_set()) failure = std::current_exception();
-        }
+        models[i] = FitAndScore(series, count, d, D, candidates[i], s, constant, fit);
     });
-    if (failure) {
-        delete[] models;
-        std::rethrow_exception(failure);
-    }
-    return models;
+    return models.release();
 }
 
 std::int32_t* RankCandidates(const zolv_BestArmaModel* models, std::int32_t count, std::int32_t criterion) {
