@@ -1044,7 +1044,8 @@ ZOLV_API zolv_BestArimaAutoFindSetting zolv_CreateBestArimaAutoFindSetting(void)
  * zolv_QorArima and scored by zolv_ArimaLogLikelihood's deviance. With N differenced values and k parameters
  * (sigma squared and a constant counted): AIC = 2k + dev, AICc = 2kN / (N - (1 + k)) + dev, BIC = k ln N + dev.
  * A candidate whose fit with a constant breaks is fitted once more without it and carries p + 10000; one whose
- * fit breaks again, or whose orders are outside 0..5, keeps NaN scores. None is removed.
+ * fit breaks again, or whose orders are outside 0..5, keeps NaN scores. None is removed. Without differences
+ * (0, 0) has nothing to fit and always breaks; with d = 1, D = 0 it is the random walk.
  *
  * Returns the group: models in order of enumeration, order[0] the index of the best. Finite scores precede all
  * others; equal scores keep their order up to 32 candidates, beyond that their order is fixed but not that of
