@@ -198,8 +198,9 @@ TEST(binomial_inverse, an_exact_hit_is_returned) {
 TEST(binomial_inverse, one_ulp_below_one_may_run_past_n) {
     // P(X <= n) comes out as 1 - 2^-52 here, so that the walk to 1 - 2^-53 goes one further. A matter of the
     // last bit of exp and log, which the C library settles by the processor.
-    if (!__builtin_cpu_supports("fma")) GTEST_SKIP();
-    EXPECT_EQ(zolv_BinomialInvCdf(below(1.0), 2, 0.70883078316097992, 0), 3.0);
+    if (__builtin_cpu_supports("fma")) {
+        EXPECT_EQ(zolv_BinomialInvCdf(below(1.0), 2, 0.70883078316097992, 0), 3.0);
+    }
     EXPECT_EQ(zolv_BinomialInvCdf(below(1.0), 2, 0.7, 0), 2.0);
 }
 
