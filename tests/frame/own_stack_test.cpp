@@ -51,15 +51,20 @@ TEST(OwnStack, RunsOnAnotherThreadOnlyWhereItMust) {
     });
 }
 
+// Not inlined: the room is to be taken when this is called, not when its caller is.
+[[gnu::noinline]] double fill_room() {
+    volatile char room[4096 * kib];
+    for (std::size_t i = 0; i < sizeof room; i += kib) room[i] = 1;
+    return room[4095 * kib];
+}
+
 TEST(OwnStack, TheOtherThreadHasTheRoomAndTheRoundingOfTheCaller) {
     on_thread(256 * kib, [] {
         std::fesetround(FE_UPWARD);
         int rounding = FE_TONEAREST;
         double last = 0.0;
         const auto body = [&] {
-            volatile char room[4096 * kib];
-            for (std::size_t i = 0; i < sizeof room; i += kib) room[i] = 1;
-            last = room[4095 * kib];
+            last = fill_room();
             rounding = std::fegetround();
         };
         EXPECT_TRUE(run_with_stack(4096 * kib + 64 * kib, body));
