@@ -20,18 +20,19 @@ double gamma_nc_density::operator()(double x) const {
         if (a_ < 1.0) return plus_infinity;
         return a_ == 1.0 ? std::exp(-l_) : 0.0;
     }
-    if (l_ == 0.0) return std::exp(central_(x));
-    return mixture(x);
+    if (l_ != 0.0) return mixture(x);
+    const double density = std::exp(central_(x));
+    return is_nan(density) ? sign_set_nan : density;  // shape 1 at a subnormal x
 }
 
 double gamma_nc_density::mixture(double x) const {
     const double a = a_, l = l_;
-    const double root = std::sqrt((a - 1.0) * (a - 1.0) + 4.0 * l * x);
+    const double root = std::sqrt(square_ + 4.0 * l * x);
     const double peak = std::ceil(-(1.0 + a) / 2.0 + 0.5 * root);
     if (is_nan(peak)) return sign_set_nan;
     const double k = peak > 0.0 ? peak : 0.0;
     const double P = log_poisson_pmf(k, l);
-    const double G = log_gamma_pdf(a + k, x);
+    const double G = k == 0.0 ? central_(x) : log_gamma_pdf(a + k, x);
     if (P + G < log_dbl_min) return 0.0;
     if (!(k <= largest_index)) return sign_set_nan;
     const double T = std::exp(P + G);

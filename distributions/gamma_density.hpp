@@ -4,7 +4,8 @@
 // Source: the mixture is summed outward from its largest term; the peak index is the root of the quadratic
 // for
 //         the ratio of consecutive terms. Each direction is counted first and then summed from its smallest
-//         term, so that no terms are stored.
+//         term, so that no terms are stored. At a peak index k that takes some 23 sqrt(k) steps: seconds next
+//         to 2^53.
 #pragma once
 
 #include "kernels/log_gamma.hpp"
@@ -16,14 +17,15 @@ namespace dru::impl {
 // 2^53, beyond which neighbouring indices are the same double.
 class gamma_nc_density {
 public:
-    gamma_nc_density(double a, double l) : a_(a), l_(l), central_(a) {}
+    gamma_nc_density(double a, double l) : a_(a), l_(l), square_((a - 1.0) * (a - 1.0)), central_(a) {}
     double operator()(double x) const;
 
 private:
     double mixture(double x) const;
 
     double a_, l_;
-    gamma_log_density central_;
+    double square_;              // (a - 1)^2, of the radicand
+    gamma_log_density central_;  // the density that index 0 weighs, and the whole one at l = 0
 };
 
 double gamma_nc_pdf(double x, double a, double l);

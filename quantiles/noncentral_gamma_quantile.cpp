@@ -6,11 +6,15 @@
 #include "kernels/normal.hpp"
 #include "quantiles/gamma_quantile.hpp"
 #include "quantiles/noncentral_gamma.hpp"
+#include "quantiles/repeated_step.hpp"
 #include "quantiles/root_search.hpp"
 
 namespace dru::impl {
 
 namespace {
+
+// Strides that a walk down may take before it looks for a way to skip some.
+constexpr int longest_plain_walk = 100;
 
 // Tail at x minus p. Oddity: the upper form alone answers a negative tail, which the complement of a sum
 // slightly above 1 is, with 1 - p.
@@ -62,6 +66,26 @@ double quantile_estimate(double p, double a, double ncp, unsigned char upper) {
     return g * (v / (ncp + a));
 }
 
+// Takes the walk down to the root past the stretch where the residual stands still, without visiting its
+// points. A central quantile whose Newton run has failed can put the estimate so far above the root that the
+// strides of one standard deviation would take hours. Only points are skipped whose residual is within a
+// quarter of its value at infinity: the residual is monotone, so no product of two neighbours among them is 0
+// or negative.
+void skip_plateau(bracket& b, double sd, double plateau, const gamma_nc_residual& f) {
+    if (!(0.5 * plateau * plateau > 0.0)) return;  // their product underflows
+    for (double count = 64.0; count >= 1.0;) {
+        const double x = step_down_repeatedly(b.lo, sd, count);
+        const double fx = x > 1.0 && x < b.lo ? f(x) : 0.0;
+        if (fx * b.flo > 0.0 && std::fabs(fx) >= 0.75 * plateau) {
+            b.lo = x;
+            b.flo = fx;
+            count *= 2.0;
+        } else {
+            count = std::floor(0.5 * count);
+        }
+    }
+}
+
 bracket gamma_nc_bracket(double p, double a, double ncp, unsigned char upper, const gamma_nc_residual& f) {
     bracket b{1.0, f(1.0), 0.0, 0.0, false};
     if (b.flo == 0.0) return b;
@@ -98,8 +122,13 @@ bracket gamma_nc_bracket(double p, double a, double ncp, unsigned char upper, co
     b.flo = f(b.lo);
     const bool rising = upper != 0 ? b.flo > 0.0 : b.flo <= 0.0;
     const double direction = rising ? 1.0 : -1.0;
+    const double plateau = upper != 0 ? p : 1.0 - p;
     double w = b.lo;
-    for (;;) {
+    for (long stride = 0;; ++stride) {
+        if (stride == longest_plain_walk && !rising && ncp < 1.0 && a < gamma_expansion_shape) {
+            skip_plateau(b, sd, plateau, f);
+            w = b.lo;
+        }
         w = w + direction * sd;
         b.hi = w >= 1.0 ? w : 1.0;
         b.fhi = f(b.hi);
