@@ -605,7 +605,8 @@ ZOLV_API double zolv_ChiSqPdf(double x, double df, double nc);
  * NaN for a NaN x and, for 0 < x < infinity, for a negative nc or one above 2^54 or so, where the indices of the
  * mixture no longer differ; the missing value for a bad df or nc, whatever x is.
  * Accuracy, relative, of the smaller tail: 2e-12 where df / 2 + nc / 2 + 5.5 sqrt(nc) is below 9990, otherwise
- * 3e-9 for tails above 1e-16 and 3e-7 for tails of 1e-100. The larger tail is one minus it. Noncentral tails below about 1e-300 are 0.
+ * 3e-9 for tails above 1e-16 and 3e-7 for tails of 1e-100. The larger tail is one minus it. Noncentral tails below
+ * about 1e-300 are 0.
  * Oddity: a sum that takes more than 750000 terms to reach its largest one counts as 0. For nc above 1.7e10 that is
  * every sum, and the tails jump between 0 and 1 at x = df + nc; it happens to tails of 1e-200 from an nc of 1e9 on,
  * to tails of 1e-23 from 1e10 on, three standard deviations from the mean from 1.5e10 on.
