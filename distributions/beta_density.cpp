@@ -3,111 +3,178 @@
 #include <cmath>
 
 #include "frame/nan.hpp"
+#include "quantiles/beta_quantile.hpp"
 #include "quantiles/noncentral_sums.hpp"
 
 namespace dru::impl {
 
 namespace {
 
+// A count ends where the product of the term ratios falls below this.
 constexpr double count_tolerance = 1e-14;
+
+// Ratios of neighbouring terms are worked out in blocks, which the divider takes side by side, and consumed
+// one by one.
+constexpr int block_size = 8;
+using ratio_block = double[block_size];
+
+// ratio(first), ratio(first + step), ...
+template <class Ratio>
+void fill(ratio_block& block, const Ratio& ratio, double first, double step) {
+#pragma omp simd
+    for (int j = 0; j < block_size; ++j) block[j] = ratio(first + step * static_cast<double>(j));
+}
+
+// Counts the terms on one side of the peak by the product of their ratios. A product that has overflowed, or
+// a NaN, would never come back below the tolerance and ends the count too.
+struct term_count {
+    double product = 1.0;
+    double last = 0.0;  // distance of the last term from the peak
+    bool running = true;
+
+    void take(double ratio) {
+        if (!running) return;
+        product *= ratio;
+        running = product >= count_tolerance && product <= largest_double;
+        if (running) last += 1.0;
+    }
+    bool ended() const { return product < count_tolerance; }
+};
 
 }  // namespace
 
-double beta_nc_density::operator()(double y) const {
-    if (is_nan(y)) return sign_set_nan;
-    if (is_infinite(y) || y < 0.0) return 0.0;
-    if (y == 0.0) {
-        if (a_ < 1.0) return plus_infinity;
-        if (a_ == 1.0) return l_ == 0.0 ? b_ : std::exp(-l_) * b_;
-        return 0.0;
+double beta_nc_density::central(double y) const {
+    return std::exp(central_.get([this] { return beta_log_density(a_, b_); })(y));
+}
+
+double beta_nc_density::mirrored(double y) const {
+    return std::exp(mirrored_.get([this] { return beta_log_density(b_, a_); })(y));
+}
+
+void beta_nc_density::prepare() const {
+    central(0.5);
+    mirrored(0.5);
+    remainder_b_.get([this] { return remainder_or_zero(b_); });
+}
+
+beta_nc_density::value beta_nc_density::at(double y) const {
+    if (is_nan(y)) return {sign_set_nan, true};
+    if (!(y > 0.0 && y < 1.0)) {
+        // At an end with shape 1 one term of the mixture is left, exp(-l) b at 0, and all of them at 1.
+        if (y == 0.0 && a_ == 1.0 && l_ != 0.0) return {std::exp(-l_) * b_, true};
+        if (y == 1.0 && b_ == 1.0 && l_ != 0.0) return {a_ + l_, true};
+        return {beta_density_at_end(y, a_, b_), true};
     }
-    if (y == 1.0) {
-        if (b_ < 1.0) return plus_infinity;
-        if (b_ == 1.0) return l_ == 0.0 ? a_ : a_ + l_;
-        return 0.0;
-    }
-    if (y > 1.0) return 0.0;
-    if (l_ == 0.0) return std::exp(y < 0.5 ? central_(y) : mirrored_(1.0 - y));
+    if (l_ == 0.0) return {y < 0.5 ? central(y) : mirrored(1.0 - y), true};
     return mixture(y);
 }
 
-double beta_nc_density::mixture(double y) const {
-    if (!(l_ > 0.0) || is_infinite(l_)) return sign_set_nan;
+// The log density at y of beta(shape, b), shape = a + k: taken on the mirror above one half.
+double beta_nc_density::log_term(double shape, double y) const {
+    const double c = shape + b_;
+    const double remainder_b = remainder_b_.get([this] { return remainder_or_zero(b_); });
+    const auto log_shape = [shape] { return std::log(shape); };
+    const auto log_b = [this] { return std::log(b_); };
+    const double remainder_c = remainder_or_zero(c), remainder_shape = remainder_or_zero(shape);
+    if (y <= 0.5) {
+        return log_beta_pdf_from(shape, b_, y, std::log(c), remainder_c - remainder_shape - remainder_b,
+                                 log_shape, log_b);
+    }
+    return log_beta_pdf_from(b_, shape, 1.0 - y, std::log(c), remainder_c - remainder_b - remainder_shape,
+                             log_b, log_shape);
+}
+
+beta_nc_density::value beta_nc_density::mixture(double y) const {
+    constexpr value undefined{sign_set_nan, false};
+    if (!(l_ > 0.0) || is_infinite(l_)) return undefined;
     const double a = a_, b = b_, c = c_;
     const double g = y * l_;
     const double R = std::sqrt((a - 1.0) * (a - 1.0) + (g - 1.0) * (g - 1.0) + 2.0 * g * (2.0 * b + a) - 1.0);
     const double peak = std::ceil(((g - 2.0) * a + (4.0 * b + g - 2.0) * 0.5 * g) / (1.0 + a + R) + 0.5 * g);
-    const double k =
-        peak > 0.0 ? peak : 0.0;  // a radicand that rounds below 0 gives a NaN, which counts as 0
+    // A radicand that rounds below 0 gives a NaN, which counts as 0.
+    const double k = peak > 0.0 ? peak : 0.0;
     const double P = log_poisson_pmf(k, l_);
-    const double Q = y <= 0.5 ? log_beta_pdf(a + k, b, y) : log_beta_pdf(b, a + k, 1.0 - y);
-    if (Q + P < log_dbl_min) return 0.0;
-    if (!(k <= largest_index)) return sign_set_nan;
+    const double Q = log_term(a + k, y);
+    if (Q + P < log_dbl_min) return {0.0, true};
+    if (!(k <= largest_index)) return undefined;
     const double T = std::exp(Q + P);
-    if (is_nan(T)) return sign_set_nan;
+    if (is_nan(T)) return {sign_set_nan, true};  // and so would be any multiple of it
 
-    // Upward: term m + 1 over term m.
-    const auto rise = [a, c, g](double m) { return (c + m) * g / (1.0 + m) / (a + m); };
-    double v = 1.0;
-    double M = k;
-    double I = 0.0;
-    for (;; I += 1.0) {
-        M = I + k;
-        v *= rise(M);
-        if (!(v >= count_tolerance)) break;
-    }
-    double s = 0.0;
-    for (double j = 0.0; j <= I; j += 1.0) s = (s + 1.0) * rise(M - j);
-    if (k == 0.0) return T * (s + 1.0);
+    // Term i above the peak over the one below it, and term i below the peak over the one above it.
+    const auto rise = [a, c, g, k](double i) {
+        const double m = i + k;
+        return (c + m) * g / (1.0 + m) / (a + m);
+    };
+    const auto fall = [a, c, g, k](double i) {
+        const double m = k - i;
+        return c + m == 1.0 ? 0.0 : m * (a + m - 1.0) / g / (c + m - 1.0);
+    };
 
-    // Downward: term m - 1 over term m. The product order differs between the count and the sum.
-    v = 1.0;
-    for (I = 0.0;; I += 1.0) {
-        M = k - I;
-        v *= c + M == 1.0 ? 0.0 : (a + M - 1.0) * M / g / (c + M - 1.0);
-        if (!(v >= count_tolerance)) break;
+    // Both sides go hand in hand, where each alone would wait for its own last product or sum.
+    const bool one_sided = k == 0.0;
+    term_count up, down;
+    down.running = !one_sided;
+    ratio_block rises, falls;
+    while (up.running && down.running) {
+        fill(rises, rise, up.last, 1.0);
+        fill(falls, fall, down.last, 1.0);
+        for (int n = 0; n < block_size; ++n) {
+            up.take(rises[n]);
+            down.take(falls[n]);
+        }
     }
-    double w = 0.0;
-    for (double j = 0.0; j <= I; j += 1.0) {
-        const double m = j + M;
-        w = (w + 1.0) * (c + m == 1.0 ? 0.0 : m * (a + m - 1.0) / g / (c + m - 1.0));
+    while (up.running) up.take(rise(up.last));
+    while (down.running) down.take(fall(down.last));
+    if (!up.ended() || !(down.ended() || one_sided)) return undefined;
+
+    double s = 0.0, w = 0.0;  // sums of the terms above and below the peak, the smallest first
+    double i = up.last, j = one_sided ? -1.0 : down.last;
+    for (; i > j; i -= 1.0) s = (s + 1.0) * rise(i);
+    for (; j > i; j -= 1.0) w = (w + 1.0) * fall(j);
+    for (; i >= block_size - 1; i -= block_size) {
+        fill(rises, rise, i, -1.0);
+        fill(falls, fall, i, -1.0);
+        for (int n = 0; n < block_size; ++n) {
+            s = (s + 1.0) * rises[n];
+            w = (w + 1.0) * falls[n];
+        }
     }
-    return T * (s + 1.0 + w);
+    for (; i >= 0.0; i -= 1.0) {
+        s = (s + 1.0) * rise(i);
+        w = (w + 1.0) * fall(i);
+    }
+    return {one_sided ? T * (s + 1.0) : T * (s + 1.0 + w), true};
 }
 
-double beta_pdf(double y, double a, double b, double nc) { return beta_nc_density(a, b, nc)(y); }
+double beta_pdf(double y, double a, double b, double nc) {
+    const double density = beta_nc_density(a, b, nc).at(y).density;
+    return is_nan(density) ? sign_set_nan : density;
+}
 
 f_density::f_density(double d1, double d2, double nc)
-    : a_(d1 / 2.0),
-      b_(d2 / 2.0),
-      nc_(nc),
-      log_scale_(std::log(a_ / b_)),
-      beta_(a_, b_, nc),
-      central_(a_, b_),
-      mirrored_(b_, a_) {}
+    : a_(d1 / 2.0), b_(d2 / 2.0), nc_(nc), log_scale_(std::log(a_ / b_)), beta_(a_, b_, nc) {}
 
 // On the mirror w = 1 - y the noncentrality plays no part.
 double f_density::mirrored_density(double w) const {
-    if (w == 0.0) {
-        if (b_ < 1.0) return plus_infinity;
-        return b_ == 1.0 ? a_ : 0.0;
-    }
-    if (w == 1.0) {
-        if (a_ < 1.0) return plus_infinity;
-        return a_ == 1.0 ? b_ : 0.0;
-    }
-    return std::exp(w < 0.5 ? mirrored_(w) : central_(1.0 - w));
+    if (!(w > 0.0 && w < 1.0)) return beta_density_at_end(w, b_, a_);
+    return w < 0.5 ? beta_.mirrored(w) : beta_.central(1.0 - w);
 }
 
+// A NaN that comes out of the arithmetic counts as no density at all.
 double f_density::operator()(double x) const {
     if (is_nan(x)) return sign_set_nan;
     if (is_infinite(x) || x < 0.0) return 0.0;
     const double t = x * a_;
     const double y = t / (b_ + t);
-    // Oddity: a negative noncentrality is dropped on the mirrored half and honoured on the other.
-    const bool mirror = y >= 0.5 && nc_ <= 0.0;
-    const double D = mirror ? mirrored_density(b_ / (b_ + t)) : beta_(y);
-    if (is_nan(D) && y > 0.0 && y < 1.0) return sign_set_nan;
+    double D;
+    if (y >= 0.5 && nc_ <= 0.0) {
+        // Oddity: a negative noncentrality is dropped on this half and has no mixture on the other.
+        D = mirrored_density(b_ / (b_ + t));
+    } else {
+        const beta_nc_density::value value = beta_.at(y);
+        if (!value.defined) return sign_set_nan;
+        D = value.density;
+    }
     if (!(D > 0.0)) return 0.0;
     const double e = t / b_;
     return std::exp(std::log(D) + log_scale_ - 2.0 * log1p_small(e));

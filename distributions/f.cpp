@@ -3,7 +3,8 @@
 // With a = d1 / 2, b = d2 / 2 and t = x a the variate is y = t / (b + t), and the work is done on whichever
 // of y and 1 - y is below one half. Oddity: nc is itself the Poisson mean of the mixture; the chi-square
 // family halves its nc first. It is not tested among the parameters.
-#include <cmath>
+#include <cstdint>
+#include <optional>
 
 #include "distributions/beta_density.hpp"
 #include "frame/nan.hpp"
@@ -21,14 +22,23 @@ bool f_parameters_valid(double d1, double d2) {
     return d1 > 0.0 && d1 < plus_infinity && d2 > 0.0 && d2 < plus_infinity;
 }
 
-// One tail of F at any x.
+// One tail of F at any x. Each part that depends on the parameters alone is settled at its first use;
+// prepare() settles all of them.
 class f_tail {
 public:
     f_tail(double d1, double d2, double nc, unsigned char upper)
-        : a_(d1 / 2.0), b_(d2 / 2.0), upper_(upper), weights_(nc) {}
+        : a_(d1 / 2.0), b_(d2 / 2.0), upper_(upper), weights_(nc), mixture_(a_, b_, weights_) {}
+    f_tail(const f_tail&) = delete;
+    f_tail& operator=(const f_tail&) = delete;
 
-    // What depends on the noncentrality alone; worth its price from the second element on.
-    void prepare() { weights_.prepare(); }
+    void prepare() {
+        if (weights_.mean() == 0.0) {
+            central_.emplace(a_, b_);
+            mirrored_.emplace(b_, a_);
+        } else {
+            mixture_.prepare();
+        }
+    }
 
     double operator()(double x) const {
         if (is_nan(x)) return sign_set_nan;
@@ -37,38 +47,66 @@ public:
         const double t = x * a_;
         const double y = t / (b_ + t);
         if (y < 0.5) {
-            const tail_pair tails =
-                weights_.mean() == 0.0 ? beta_tails(y, a_, b_) : beta_nc_tails_left(y, a_, b_, weights_);
+            const tail_pair tails = weights_.mean() == 0.0 ? central(y) : mixture_.left(y);
             return upper_ != 0 ? tails.upper : tails.lower;
         }
         const double w = b_ / (b_ + t);
-        const tail_pair mirrored =
-            weights_.mean() == 0.0 ? beta_tails(w, b_, a_) : beta_nc_tails_right(w, b_, a_, weights_);
+        const tail_pair mirrored = weights_.mean() == 0.0 ? central_mirrored(w) : mixture_.right(w);
         return upper_ != 0 ? mirrored.lower : mirrored.upper;
     }
 
 private:
+    tail_pair central(double y) const { return central_ ? (*central_)(y) : beta_tails(y, a_, b_); }
+    tail_pair central_mirrored(double w) const { return mirrored_ ? (*mirrored_)(w) : beta_tails(w, b_, a_); }
+
     double a_, b_;
     unsigned char upper_;
+    std::optional<beta_tail_kernel> central_, mirrored_;
     poisson_start_indices weights_;
+    beta_nc_mixture mixture_;
 };
 
+// One quantile of F at any p.
+//
 // Oddity: the central quantile is mirrored at one half, the noncentral one is not.
-double f_beta_quantile(double p, double a, double b, double nc, unsigned char upper) {
-    if (is_nan(p) || p < 0.0 || p > 1.0) return sign_set_nan;
-    if (p == 0.0) return upper != 0 ? 1.0 : 0.0;
-    if (p == 1.0) return upper != 0 ? 0.0 : 1.0;
-    if (nc != 0.0) return beta_nc_quantile(p, a, b, nc, upper);
-    return p < 0.5 ? beta_quantile(p, a, b, upper) : 1.0 - beta_quantile(1.0 - p, b, a, upper);
-}
+class f_quantile {
+public:
+    f_quantile(double d1, double d2, double nc, unsigned char upper)
+        : a_(d1 / 2.0),
+          b_(d2 / 2.0),
+          scale_(b_ / a_),
+          upper_(upper),
+          weights_(nc),
+          central_(a_, b_),
+          mixture_(a_, b_, weights_) {}
+    f_quantile(const f_quantile&) = delete;
+    f_quantile& operator=(const f_quantile&) = delete;
 
-double f_quantile(double p, double a, double b, double scale, double nc, unsigned char upper) {
-    if (p == 0.0) return upper != 0 ? plus_infinity : 0.0;
-    if (p == 1.0) return upper != 0 ? 0.0 : plus_infinity;
-    const double y = f_beta_quantile(p, a, b, nc, upper);
-    if (is_nan(y)) return sign_set_nan;
-    return scale * y / (1.0 - y);
-}
+    void prepare() {
+        if (weights_.mean() == 0.0) {
+            central_.prepare();
+        } else {
+            mixture_.prepare();
+        }
+    }
+
+    double operator()(double p) const {
+        if (is_nan(p) || p < 0.0 || p > 1.0) return sign_set_nan;
+        if (p == 0.0) return upper_ != 0 ? plus_infinity : 0.0;
+        if (p == 1.0) return upper_ != 0 ? 0.0 : plus_infinity;
+        const double y =
+            weights_.mean() == 0.0 ? central_.from_smaller(p, upper_) : mixture_.quantile(p, upper_);
+        if (is_nan(y)) return sign_set_nan;
+        return scale_ * y / (1.0 - y);
+    }
+
+private:
+    double a_, b_, scale_;
+    unsigned char upper_;
+    poisson_start_indices weights_;
+    beta_quantile_solver central_;
+    beta_nc_mixture mixture_;
+};
 
 }  // namespace
 
@@ -88,13 +126,13 @@ extern "C" double zolv_FCdf(double x, double d1, double d2, double nc, unsigned 
 
 extern "C" double zolv_FInvCdf(double p, double d1, double d2, double nc, unsigned char upper) {
     if (!f_parameters_valid(d1, d2)) return missing_value;
-    const double a = d1 / 2.0, b = d2 / 2.0;
-    return f_quantile(p, a, b, b / a, nc, upper);
+    return f_quantile(d1, d2, nc, upper)(p);
 }
 
 extern "C" void zolv_ParallelFPdf(const double* x, uint64_t n, double d1, double d2, double nc, double* out) {
     if (!f_parameters_valid(d1, d2)) return fill_missing(out, n);
     const f_density density(d1, d2, nc);
+    if (n > 1) density.prepare();
     parallel_for(n, [&](uint64_t i) { out[i] = density(x[i]); });
 }
 
@@ -109,7 +147,7 @@ extern "C" void zolv_ParallelFCdf(const double* x, uint64_t n, double d1, double
 extern "C" void zolv_ParallelFInvCdf(const double* p, uint64_t n, double d1, double d2, double nc,
                                      unsigned char upper, double* out) {
     if (!f_parameters_valid(d1, d2)) return fill_missing(out, n);
-    const double a = d1 / 2.0, b = d2 / 2.0;
-    const double scale = b / a;
-    parallel_for(n, [&](uint64_t i) { out[i] = f_quantile(p[i], a, b, scale, nc, upper); });
+    f_quantile quantile(d1, d2, nc, upper);
+    if (n > 1) quantile.prepare();
+    parallel_for(n, [&](uint64_t i) { out[i] = quantile(p[i]); });
 }

@@ -3,17 +3,17 @@
 #include <cmath>
 
 #include "frame/nan.hpp"
-#include "kernels/incomplete_beta.hpp"
 #include "kernels/log_gamma.hpp"
 #include "quantiles/beta_quantile.hpp"
-#include "quantiles/noncentral_sums.hpp"
 #include "quantiles/root_search.hpp"
 
 namespace dru::impl {
 
 namespace {
 
-bool mixture_defined(double ncp) { return ncp > 0.0 && !is_infinite(ncp); }
+// Up to this mean the last index of any weight is far below 2^53 (eight standard deviations above the mean)
+// and need not be found to see that.
+constexpr double plain_index_mean = 1e12;
 
 // One orientation of the mixture at one point. The index j is added to `shape`; `along` is the coordinate
 // whose power grows with it and `across` its complement: x, 1 - x and a on the left, 1 - y, y and q on the
@@ -25,15 +25,15 @@ struct mixture_point {
     double along, across;
 };
 
-// Sum over j of w_j times the tail that falls away from the index: T_j = w_j R_j density_j. The ratio starts
-// at the first index of any weight and is carried upward.
-template <class StartRatio, class LogDensity>
-double rising_sum(const mixture_point& m, double j0, const StartRatio& start_ratio,
-                  const LogDensity& log_density) {
-    if (!(j0 <= largest_index)) return sign_set_nan;
+// Sum over j of w_j times the tail that falls away from the index: T_j = w_j R_j density_j. R is the ratio at
+// the first index j0 of any weight and is carried upward.
+//
+// Exact: indices are doubles; the caller has made sure that they stay below 2^53.
+template <class LogDensity>
+double rising_sum(const mixture_point& m, double j0, double R, const LogDensity& log_density) {
+    if (!is_finite(R)) return 0.0;  // every t would be a NaN, up to the ceiling
     double i = j0;
     double k = 0.0;
-    double R = start_ratio(m.shape + j0);
     double S = 0.0;
     while (i <= j0 + series_ceiling) {
         const double d = (m.shape + i) * R / m.along;
@@ -65,16 +65,13 @@ double rising_sum(const mixture_point& m, double j0, const StartRatio& start_rat
     return i - k > series_ceiling - 1.0 ? 0.0 : total;
 }
 
-// Sum over j of w_j times the other tail: T_j = w_j L_j density_j, from the last index of any weight
-// downward.
-template <class StartRatio, class LogDensity>
-double falling_sum(const mixture_point& m, double j1, const StartRatio& start_ratio,
-                   const LogDensity& log_density) {
-    if (!(j1 <= largest_index)) return sign_set_nan;
+// Sum over j of w_j times the other tail: T_j = w_j L_j density_j, from the last index j1 of any weight
+// downward. L is the ratio at j1 + 1.
+template <class LogDensity>
+double falling_sum(const mixture_point& m, double j1, double L, const LogDensity& log_density) {
     const double limit = j1 - series_ceiling < 1.0 ? 0.0 : j1 - series_ceiling;
     double i = j1;
     double k = 0.0;
-    double L = start_ratio(m.shape + j1 + 1.0);
     double S = 0.0;
     bool peak_found = false;
     while (i > limit) {
@@ -109,11 +106,6 @@ double falling_sum(const mixture_point& m, double j1, const StartRatio& start_ra
     return k - i >= series_ceiling ? 0.0 : total;
 }
 
-tail_pair canonical(tail_pair tails) {
-    if (is_nan(tails.lower) || is_nan(tails.upper)) return {sign_set_nan, sign_set_nan};
-    return tails;
-}
-
 // The tail that is summed first is accepted up to 0.9; above it the other is summed, and its complement
 // taken.
 template <class Sum, class OtherSum>
@@ -125,25 +117,85 @@ void sum_one_tail(double& tail, double& other, const Sum& sum, const OtherSum& o
     tail = 1.0 - other;
 }
 
+tail_pair canonical(tail_pair tails) {
+    if (is_nan(tails.lower) || is_nan(tails.upper)) return {sign_set_nan, sign_set_nan};
+    return tails;
+}
+
+// The kernel of an upper ratio with the part that only small points need.
+beta_ratio_kernel with_small_remainder(double a, double b) {
+    beta_ratio_kernel ratio(a, b);
+    if (ratio.small_remainder_reachable(0.0)) ratio.prepare_small_remainder();
+    return ratio;
+}
+
 }  // namespace
 
-tail_pair beta_nc_tails_left(double x, double a, double b, const poisson_start_indices& weights) {
-    const double ncp = weights.mean();
+bool beta_nc_mixture::defined() const {
+    const double ncp = weights_.mean();
+    if (!(ncp > 0.0) || is_infinite(ncp)) return false;
+    return ncp <= plain_index_mean || weights_.last() <= largest_index;
+}
+
+// What many points share. Only the upper ratios have a remainder of their own.
+void beta_nc_mixture::prepare() const {
+    if (!defined()) return;
+    left_first_.get([this] { return with_small_remainder(a_ + weights_.first(), b_); });
+    right_last_.get([this] { return with_small_remainder(b_, a_ + weights_.last() + 1.0); });
+    left_last();
+    right_first();
+    remainder_b();
+}
+
+double beta_nc_mixture::remainder_b() const {
+    return remainder_b_.get([this] { return remainder_or_zero(b_); });
+}
+
+const beta_ratio_kernel& beta_nc_mixture::left_first() const {
+    return left_first_.get([this] { return beta_ratio_kernel(a_ + weights_.first(), b_); });
+}
+
+const beta_ratio_kernel& beta_nc_mixture::left_last() const {
+    return left_last_.get([this] { return beta_ratio_kernel(a_ + weights_.last() + 1.0, b_); });
+}
+
+const beta_ratio_kernel& beta_nc_mixture::right_first() const {
+    return right_first_.get([this] { return beta_ratio_kernel(b_, a_ + weights_.first()); });
+}
+
+const beta_ratio_kernel& beta_nc_mixture::right_last() const {
+    return right_last_.get([this] { return beta_ratio_kernel(b_, a_ + weights_.last() + 1.0); });
+}
+
+// log_beta_pdf(shape, b, x), the remainder of b taken once.
+double beta_nc_mixture::left_log_density(double shape, double x) const {
+    const double remainders = remainder_or_zero(shape + b_) - remainder_or_zero(shape) - remainder_b();
+    return log_beta_pdf_from(
+        shape, b_, x, std::log(shape + b_), remainders, [shape] { return std::log(shape); },
+        [this] { return std::log(b_); });
+}
+
+// log_beta_pdf(b, shape, y).
+double beta_nc_mixture::right_log_density(double shape, double y) const {
+    const double remainders = remainder_or_zero(b_ + shape) - remainder_b() - remainder_or_zero(shape);
+    return log_beta_pdf_from(
+        b_, shape, y, std::log(b_ + shape), remainders, [this] { return std::log(b_); },
+        [shape] { return std::log(shape); });
+}
+
+tail_pair beta_nc_mixture::left(double x) const {
+    const double ncp = weights_.mean();
     if (x == 0.0) return {0.0, 1.0};
-    if (ncp == 0.0) return beta_tails(x, a, b);
-    if (!mixture_defined(ncp)) return {sign_set_nan, sign_set_nan};
-    const mixture_point m{ncp, a, a + b, x, 1.0 - x};
-    const auto log_density = [b, x](double shape) { return log_beta_pdf(shape, b, x); };
+    if (ncp == 0.0) return beta_tails(x, a_, b_);
+    if (!defined()) return {sign_set_nan, sign_set_nan};
+    const mixture_point m{ncp, a_, c_, x, 1.0 - x};
+    const auto log_density = [this, x](double shape) { return left_log_density(shape, x); };
     const auto upper_sum = [&] {
-        return rising_sum(
-            m, weights.first(), [b, x](double shape) { return beta_upper_ratio(shape, b, x); }, log_density);
+        return rising_sum(m, weights_.first(), left_first().upper(x), log_density);
     };
-    const auto lower_sum = [&] {
-        return falling_sum(
-            m, weights.last(), [b, x](double shape) { return beta_lower_ratio(shape, b, x); }, log_density);
-    };
+    const auto lower_sum = [&] { return falling_sum(m, weights_.last(), left_last().lower(x), log_density); };
     tail_pair tails;
-    if (x >= (a + ncp) / (ncp + m.c)) {
+    if (x >= (a_ + ncp) / (ncp + c_)) {
         sum_one_tail(tails.upper, tails.lower, upper_sum, lower_sum);
     } else {
         sum_one_tail(tails.lower, tails.upper, lower_sum, upper_sum);
@@ -151,23 +203,21 @@ tail_pair beta_nc_tails_left(double x, double a, double b, const poisson_start_i
     return canonical(tails);
 }
 
-tail_pair beta_nc_tails_right(double y, double p, double q, const poisson_start_indices& weights) {
-    const double ncp = weights.mean();
+tail_pair beta_nc_mixture::right(double y) const {
+    const double ncp = weights_.mean();
     if (y == 0.0) return {0.0, 1.0};
-    if (ncp == 0.0) return beta_tails(y, p, q);
-    if (!mixture_defined(ncp)) return {sign_set_nan, sign_set_nan};
-    const mixture_point m{ncp, q, p + q, 1.0 - y, y};
-    const auto log_density = [p, y](double shape) { return log_beta_pdf(p, shape, y); };
+    if (ncp == 0.0) return beta_tails(y, b_, a_);
+    if (!defined()) return {sign_set_nan, sign_set_nan};
+    const mixture_point m{ncp, a_, c_, 1.0 - y, y};
+    const auto log_density = [this, y](double shape) { return right_log_density(shape, y); };
     const auto first_sum = [&] {
-        return rising_sum(
-            m, weights.first(), [p, y](double shape) { return beta_lower_ratio(p, shape, y); }, log_density);
+        return rising_sum(m, weights_.first(), right_first().lower(y), log_density);
     };
     const auto second_sum = [&] {
-        return falling_sum(
-            m, weights.last(), [p, y](double shape) { return beta_upper_ratio(p, shape, y); }, log_density);
+        return falling_sum(m, weights_.last(), right_last().upper(y), log_density);
     };
     tail_pair tails;
-    if (y < p / (ncp + p + q)) {
+    if (y < b_ / (ncp + b_ + a_)) {
         sum_one_tail(tails.lower, tails.upper, first_sum, second_sum);
     } else {
         sum_one_tail(tails.upper, tails.lower, second_sum, first_sum);
@@ -178,33 +228,49 @@ tail_pair beta_nc_tails_right(double y, double p, double q, const poisson_start_
 namespace {
 
 // Tail at x minus p. Candidates at the ends of the support and beyond are answered by its limits.
-class beta_nc_residual {
-public:
-    beta_nc_residual(double p, double a, double b, double ncp, bool upper)
-        : p_(p), a_(a), b_(b), weights_(ncp), upper_(upper) {}
+struct beta_nc_residual {
+    const beta_nc_mixture& mixture;
+    double p;
+    bool upper;
 
     double operator()(double x) const {
-        if (is_nan(x)) return sign_set_nan - p_;
-        if (x <= 0.0) return upper_ ? 1.0 - p_ : -p_;
-        if (x >= 1.0) return upper_ ? -p_ : 1.0 - p_;
+        if (is_nan(x)) return sign_set_nan - p;
+        if (x <= 0.0) return upper ? 1.0 - p : -p;
+        if (x >= 1.0) return upper ? -p : 1.0 - p;
         if (x < 0.5) {
-            const tail_pair tails = beta_nc_tails_left(x, a_, b_, weights_);
-            return (upper_ ? tails.upper : tails.lower) - p_;
+            const tail_pair tails = mixture.left(x);
+            return (upper ? tails.upper : tails.lower) - p;
         }
-        const tail_pair tails = beta_nc_tails_right(1.0 - x, b_, a_, weights_);
-        return (upper_ ? tails.lower : tails.upper) - p_;
+        const tail_pair mirrored = mixture.right(1.0 - x);
+        return (upper ? mirrored.lower : mirrored.upper) - p;
     }
-
-private:
-    double p_, a_, b_;
-    poisson_start_indices weights_;
-    bool upper_;
 };
 
 }  // namespace
 
+double beta_nc_mixture::quantile(double p, unsigned char upper) const {
+    const bool is_upper = upper != 0;
+    const double flo = is_upper ? 1.0 - p : -p;
+    const double fhi = is_upper ? -p : 1.0 - p;
+    if (flo == 0.0) return 0.0;
+    if (fhi == 0.0) return 1.0;
+    if (!defined()) return sign_set_nan;
+    prepare();
+    unsigned char failed = 0;
+    const double root = solve_bracketed(0.0, flo, 1.0, fhi, beta_nc_residual{*this, p, is_upper}, failed);
+    return is_nan(root) ? sign_set_nan : root;
+}
+
+tail_pair beta_nc_tails_left(double x, double a, double b, const poisson_start_indices& weights) {
+    return beta_nc_mixture(a, b, weights).left(x);
+}
+
 tail_pair beta_nc_tails_left(double x, double a, double b, double ncp) {
     return beta_nc_tails_left(x, a, b, poisson_start_indices(ncp));
+}
+
+tail_pair beta_nc_tails_right(double y, double p, double q, const poisson_start_indices& weights) {
+    return beta_nc_mixture(q, p, weights).right(y);
 }
 
 tail_pair beta_nc_tails_right(double y, double p, double q, double ncp) {
@@ -213,15 +279,8 @@ tail_pair beta_nc_tails_right(double y, double p, double q, double ncp) {
 
 double beta_nc_quantile(double p, double a, double b, double ncp, unsigned char upper) {
     if (ncp == 0.0) return beta_quantile(p, a, b, upper);
-    const bool is_upper = upper != 0;
-    const double flo = is_upper ? 1.0 - p : -p;
-    const double fhi = is_upper ? -p : 1.0 - p;
-    if (flo == 0.0) return 0.0;
-    if (fhi == 0.0) return 1.0;
-    if (!mixture_defined(ncp)) return sign_set_nan;
-    unsigned char failed = 0;
-    const double root = solve_bracketed(0.0, flo, 1.0, fhi, beta_nc_residual(p, a, b, ncp, is_upper), failed);
-    return is_nan(root) ? sign_set_nan : root;
+    const poisson_start_indices weights(ncp);
+    return beta_nc_mixture(a, b, weights).quantile(p, upper);
 }
 
 }  // namespace dru::impl
