@@ -1,42 +1,103 @@
 // quantiles/noncentral_t.hpp: both tails and the quantile of the noncentral t distribution, (Z + ncp) over
 // sqrt(W / df).
 //
-// Source: for x > 0 the mixture of incomplete betas of Lenth (1989, AS 243), summed outward from its largest
-//         term; for x < 0 a saddle-point tail at many degrees of freedom, carried down by a recurrence in
-//         half steps.
-// Range:  df > 0 and finite, ncp finite and not 0. A noncentrality so large that neighbouring mixture indices
-//         are the same double gives the sign-set NaN.
+// Source: for x > 0 two mixtures of incomplete betas (Lenth 1989, AS 243), of index j + 1/2 and j + 1, each
+//         summed outward from its largest term; below 0 see noncentral_t_negative.hpp. A negative
+//         noncentrality is mirrored.
+// Range:  df > 0 and finite, ncp finite and not 0.
 // Oddity: the upper sum ends early at a total above 0.9 although it is still to be multiplied: small
-//         noncentralities lose digits there. A sum that reaches its ceiling leaves tails outside [0, 1].
+//         noncentralities lose digits there. A sum that reaches its ceiling of 750000 terms is the largest
+//         double, which leaves tails outside [0, 1]; from noncentralities of about 1.3e5 on every one does.
 #pragma once
 
+#include "kernels/incomplete_beta.hpp"
 #include "kernels/tail_pair.hpp"
+#include "quantiles/noncentral_beta.hpp"
 #include "quantiles/noncentral_sums.hpp"
+#include "quantiles/noncentral_t_negative.hpp"
+#include "quantiles/prepared_once.hpp"
 
 namespace dru::impl {
 
-// The distribution of given df and noncentrality; what depends on them alone is taken once. A team that
-// shares the object is preceded by prepare().
+// A point x > 0 in the coordinates u = x^2 / (df + x^2) and v = 1 - u: the smaller of them is formed without
+// the subtraction and goes into the kernels.
+struct t_mixture_point {
+    bool far;  // df < x^2: v is the smaller one
+    double u, v;
+
+    t_mixture_point(double x, double df) : far(df < x * x) {
+        const double X = x * x;
+        if (far) {
+            v = df / (df + X);
+            u = 1.0 - v;
+        } else {
+            u = X / (df + X);
+            v = 1.0 - u;
+        }
+    }
+};
+
+// The odd half of the mixture, of index j + 1: its weights are those of half-integer Poisson indices.
+class t_odd_mixture {
+public:
+    t_odd_mixture(double df, double weight, const poisson_start_indices& weights);
+    void prepare() const;
+
+    double lower_sum(const t_mixture_point& at) const;
+    double upper_sum(const t_mixture_point& at) const;
+
+private:
+    double lower_start(const t_mixture_point& at) const;
+    double upper_start(const t_mixture_point& at) const;
+    double log_peak(const t_mixture_point& at, double k) const;
+
+    // Where the passes start: one before the first index of any weight, two after the last.
+    double first_index() const;
+    const beta_ratio_kernel& near_last() const;
+    const beta_ratio_kernel& near_first() const;
+    const beta_ratio_kernel& far_last() const;
+    const beta_ratio_kernel& far_first() const;
+
+    double h_;
+    double weight_;  // P(|Z| < ncp): what this half weighs
+    double log_weight_;
+    const poisson_start_indices& weights_;
+    prepared_once<beta_ratio_kernel> near_last_, near_first_, far_last_, far_first_;
+};
+
+// The distribution of given df and noncentrality. What depends on them alone is settled at its first use; a
+// team that shares the object is preceded by prepare().
 class t_nc_distribution {
 public:
     t_nc_distribution(double df, double ncp);
-    void prepare() const { weights_.prepare(); }
+    t_nc_distribution(const t_nc_distribution&) = delete;
+    t_nc_distribution& operator=(const t_nc_distribution&) = delete;
+
+    // Settles what points on the noncentrality's side of 0 need, and what those on the other side do.
+    void prepare(bool same_side, bool other_side) const;
 
     // Both tails at a finite x.
     tail_pair tails(double x) const;
 
+    // P(T > x) or P(T <= x) at any x.
+    double tail(double x, unsigned char upper) const;
+
+    // The quantile for 0 < p < 1.
+    double quantile(double p, unsigned char upper) const;
+
 private:
-    double df_, ncp_;     // the noncentrality as given
-    double magnitude_;    // and without its sign
-    double normal_tail_;  // P(Z > |ncp|), 0 from the cut on
-    double weight_;       // P(|Z| < |ncp|): what the odd half of the mixture weighs
-    double log_weight_;
+    tail_pair tails_positive(double x) const;
+
+    double df_, ncp_;                // the noncentrality as given
+    double magnitude_;               // and without its sign
+    double normal_tail_;             // P(Z > |ncp|), 0 from the cut on
     poisson_start_indices weights_;  // of mean ncp^2 / 2
+    beta_nc_mixture even_;
+    t_odd_mixture odd_;
+    t_nc_negative_tails negative_;
 };
 
 tail_pair t_nc_tails_positive(double x, double df, double ncp);  // x > 0, ncp > 0
-tail_pair t_nc_tails_negative(double x, double df, double ncp);  // x < 0, ncp > 0
-tail_pair t_nc_tails_large_df(double x, double D, double ncp);
 
 // P(T > x) and P(T <= x) at any x, for any finite ncp.
 double t_nc_sf(double x, double df, double ncp);

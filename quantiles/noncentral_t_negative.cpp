@@ -1,16 +1,10 @@
-// quantiles/noncentral_t_negative.cpp: tails of the noncentral t below 0, by a saddle-point tail at many
-// degrees of freedom and a recurrence in half steps down to the ones asked for.
-//
-// Source: Lugannani & Rice's saddle-point tail in the normal form with two correction terms; the recurrence
-// is
-//         the one of the density (distributions/t_density.hpp), summed over every second step.
+#include "quantiles/noncentral_t_negative.hpp"
+
 #include <cmath>
 
-#include "distributions/t_density.hpp"
 #include "frame/nan.hpp"
 #include "kernels/log_gamma.hpp"
 #include "kernels/normal.hpp"
-#include "quantiles/noncentral_t.hpp"
 
 namespace dru::impl {
 
@@ -18,26 +12,57 @@ namespace {
 
 constexpr double negative_tail_cut = 21.274;  // above this noncentrality nothing is left below 0
 constexpr double large_h = 1000.0;  // half the degrees of freedom at which the saddle-point tail is good
+constexpr double root_large_h = 31.622776601683793;
 constexpr double smallest_log = -690.7755;  // ln of about 1e-300: below it the start would underflow
+constexpr double smallest_tail = 1e-100;
 
 }  // namespace
 
-tail_pair t_nc_tails_negative(double x, double df, double ncp) {
-    if (ncp > negative_tail_cut) return {0.0, 1.0};
-    const double h = df / 2.0;
-    if (h >= large_h) return t_nc_tails_large_df(x, df, ncp);
+t_nc_negative_tails::t_nc_negative_tails(double df, double ncp) : df_(df), ncp_(ncp), h_(df / 2.0) {}
 
-    const double c = x / std::sqrt(h);
-    const auto log_term = [&](double root, double z) {
-        return t_nc_pdf_saddle(root * c, 2.0 * z, ncp).log_part + std::log(-0.5 * c) - 0.5 * std::log(z);
+double t_nc_negative_tails::full_m() const { return std::ceil(large_h - h_); }
+
+const t_large_df_tails& t_nc_negative_tails::large_df() const {
+    return large_df_.get([this] { return t_large_df_tails(df_, ncp_); });
+}
+
+const t_saddle_form& t_nc_negative_tails::at_full_H() const {
+    return at_full_H_.get([this] { return t_saddle_form(2.0 * large_h, ncp_); });
+}
+
+const t_half_step_tail& t_nc_negative_tails::full_recurrence() const {
+    return full_recurrence_.get([this] { return t_half_step_tail(h_, full_m(), ncp_); });
+}
+
+void t_nc_negative_tails::prepare() const {
+    if (ncp_ > negative_tail_cut) return;
+    if (h_ >= large_h) {
+        large_df();
+    } else {
+        at_full_H();
+        full_recurrence();
+    }
+}
+
+tail_pair t_nc_negative_tails::operator()(double x) const {
+    if (ncp_ > negative_tail_cut) return {0.0, 1.0};
+    if (h_ >= large_h) return large_df()(x);
+
+    // ln of the recurrence's start at z half degrees of freedom.
+    const double c = x / std::sqrt(h_);
+    const auto log_start = [c](const t_saddle_form& form, double root, double z) {
+        return form(root * c).log_part + std::log(-0.5 * c) - 0.5 * std::log(z);
     };
-    double I = large_h;
-    double previous = log_term(31.622776601683793, large_h);
-    if (previous < smallest_log) {
+    double previous = log_start(at_full_H(), root_large_h, large_h);
+    double t;
+    if (!(previous < smallest_log)) {
+        t = full_recurrence()(c);
+    } else {
+        // It would underflow: fewer half degrees of freedom, where it just does not.
         double lo = 0.0, hi = large_h;
         for (;;) {
             const double mid = (lo + hi) * 0.5;
-            const double e = log_term(std::sqrt(mid), mid);
+            const double e = log_start(t_saddle_form(2.0 * mid, ncp_), std::sqrt(mid), mid);
             if (e < smallest_log) {
                 hi = mid;
             } else {
@@ -46,43 +71,65 @@ tail_pair t_nc_tails_negative(double x, double df, double ncp) {
             if (!(std::fabs(e - previous) > 0.1)) break;
             previous = e;
         }
-        I = lo - 1.5;
+        const double m = std::ceil(lo - 1.5 - h_);
+        if (h_ > m + h_) return {0.0, 1.0};
+        t = t_half_step_tail(h_, m, ncp_)(c);
     }
-    const double m = std::ceil(I - h);
-    const double H = m + h;
-    if (h > H) return {0.0, 1.0};
-
-    const double A0 = t_nc_tails_large_df(c * std::sqrt(H), 2.0 * H, ncp).lower;
-    const t_saddle at_H = t_nc_pdf_saddle(c * std::sqrt(H), 2.0 * H, ncp);
-    const t_saddle above = t_nc_pdf_saddle(c * std::sqrt(H + 0.5), 2.0 * H + 1.0, ncp);
-    const double r = c * c + 2.0;
-    const double q = std::sqrt(r);
-    const double e = c * ncp / q;
-    double older = std::exp(above.log_part) * above.correction * 0.5 * c / std::sqrt(H + 0.5);
-    double newer = std::exp(at_H.log_part) * at_H.correction * 0.5 * c / std::sqrt(H);
-    double G = H;
-    double sum = 0.0;
-    const int steps = 2 * static_cast<int>(m);
-    for (int i = 1; i <= steps; ++i) {
-        G = G - 0.5;
-        const double J = G + 1.0;
-        const double y =
-            J * r / (2.0 * G + 1.0) * older - gamma_half_ratio(J) * e * q * newer / (2.0 * G + 1.0);
-        if (i % 2 == 0) sum = sum + y;
-        older = newer;
-        newer = y;
-    }
-    const double t = A0 - sum;
     if (is_nan(t)) return {sign_set_nan, sign_set_nan};
-    if (t < 1e-100) return {0.0, 1.0};
+    if (t < smallest_tail) return {0.0, 1.0};
     return {t, 1.0 - t};
 }
 
-tail_pair t_nc_tails_large_df(double x, double D, double ncp) {
-    const double s = std::sqrt(D);
+t_half_step_tail::t_half_step_tail(double h, double m, double ncp)
+    : ncp_(ncp), H_(m + h), tail_at_H_(2.0 * H_, ncp), at_H_(2.0 * H_, ncp), above_(2.0 * H_ + 1.0, ncp) {
+    const int steps = 2 * static_cast<int>(m);
+    double G = H_;
+    for (int i = 1; i <= steps; ++i) {
+        G = G - 0.5;
+        half_ratios_.push_back(gamma_half_ratio(G + 1.0));
+    }
+}
+
+double t_half_step_tail::operator()(double c) const {
+    const double root_H = std::sqrt(H_), root_above = std::sqrt(H_ + 0.5);
+    const double A0 = tail_at_H_(c * root_H).lower;
+    const t_saddle at_H = at_H_(c * root_H);
+    const t_saddle above = above_(c * root_above);
+    const double r = c * c + 2.0;
+    const double q = std::sqrt(r);
+    const double e = c * ncp_ / q;
+    double older = std::exp(above.log_part) * above.correction * 0.5 * c / root_above;
+    double newer = std::exp(at_H.log_part) * at_H.correction * 0.5 * c / root_H;
+    double G = H_;
+    double sum = 0.0;
+    bool second = false;  // every second half step arrives at whole ones
+    for (const double half_ratio : half_ratios_) {
+        G = G - 0.5;
+        const double J = G + 1.0;
+        const double y = J * r / (2.0 * G + 1.0) * older - half_ratio * e * q * newer / (2.0 * G + 1.0);
+        if (second) sum = sum + y;
+        second = !second;
+        older = newer;
+        newer = y;
+    }
+    return A0 - sum;
+}
+
+t_large_df_tails::t_large_df_tails(double D, double ncp)
+    : D_(D),
+      ncp_(ncp),
+      s_(std::sqrt(D)),
+      dd_(ncp / s_),
+      E_(dd_ * dd_ + 4.0),
+      root_two_pi_over_D_(std::sqrt(two_pi / D)) {
+    const double half_D = 0.5 * D;
+    const double G = half_D == 0.0 ? 1.0 : std::exp(-log_gamma_remainder(half_D));
+    K_ = 0.7071067811865476 * D * G;
+}
+
+tail_pair t_large_df_tails::operator()(double x) const {
+    const double s = s_, dd = dd_, E = E_, D = D_;
     const double u = x / s;
-    const double dd = ncp / s;
-    const double E = dd * dd + 4.0;
     const double b2 = std::sqrt(u * u * E + 4.0);
     const double b4 = 1.0 + u * u;
 
@@ -119,9 +166,7 @@ tail_pair t_nc_tails_large_df(double x, double D, double ncp) {
     const double i1 = 1.0 / m1;
     const double a9 = u * dd * w + 2.0;
 
-    const double half_D = 0.5 * D;
-    const double G = half_D == 0.0 ? 1.0 : std::exp(-log_gamma_remainder(half_D));
-    const double K = 0.7071067811865476 * D * G * std::sqrt(2.0 * g / a9) / m1 * std::sqrt(two_pi / D);
+    const double K = K_ * std::sqrt(2.0 * g / a9) / m1 * root_two_pi_over_D_;
     const double zeta = R * s;
 
     // The two corrections of the normal form.
@@ -144,8 +189,12 @@ tail_pair t_nc_tails_large_df(double x, double D, double ncp) {
     const double a = w * u * dd;
     const double V = K * T * (1.0 - (9.0 * a + 8.0) * std::pow(2.0 + a, -3.0) / 12.0 / D);
     if (is_nan(V)) return {sign_set_nan, sign_set_nan};
-    if (ncp > x) return {-V, 1.0 + V};
+    if (ncp_ > x) return {-V, 1.0 + V};
     return {1.0 - V, V};
 }
+
+tail_pair t_nc_tails_negative(double x, double df, double ncp) { return t_nc_negative_tails(df, ncp)(x); }
+
+tail_pair t_nc_tails_large_df(double x, double D, double ncp) { return t_large_df_tails(D, ncp)(x); }
 
 }  // namespace dru::impl
