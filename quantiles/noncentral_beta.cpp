@@ -31,11 +31,12 @@ struct mixture_point {
 // Exact: indices are doubles; the caller has made sure that they stay below 2^53.
 template <class LogDensity>
 double rising_sum(const mixture_point& m, double j0, double R, const LogDensity& log_density) {
-    if (!is_finite(R)) return 0.0;  // every t would be a NaN, up to the ceiling
     double i = j0;
     double k = 0.0;
     double S = 0.0;
     while (i <= j0 + series_ceiling) {
+        // Such a ratio stays what it is, and every t is a NaN up to the ceiling.
+        if (!is_finite(R) || (R == 0.0 && m.across == 0.0)) return 0.0;
         const double d = (m.shape + i) * R / m.along;
         const double t = (i + 1.0) / m.ncp * d / (m.across + d);  // T_i / T_(i+1)
         if (t > 1.0) {
@@ -54,6 +55,7 @@ double rising_sum(const mixture_point& m, double j0, double R, const LogDensity&
     double total = (S + 1.0) * T;
     i = k;
     while (i <= k + series_ceiling) {
+        if (stop_rule_out_of_reach(T, total)) return 0.0;
         const double d = (m.shape + i) * R / m.along;
         const double t = m.ncp / (i + 1.0) * (m.across / d + 1.0);  // T_(i+1) / T_i
         T = T * t;
@@ -99,6 +101,7 @@ double falling_sum(const mixture_point& m, double j1, double L, const LogDensity
         const double t = i / m.ncp * (m.across / e / L + 1.0);  // T_(i-1) / T_i
         T = T * t;
         total = total + T;
+        if (is_nan(total)) return k >= series_ceiling ? 0.0 : sign_set_nan;  // and so to the end
         if (total > tail_switch || T < total * series_tolerance * (1.0 - t)) break;
         L = (L * e + m.across) * (m.along / (i + m.shape - 1.0));
         i -= 1.0;

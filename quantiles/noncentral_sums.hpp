@@ -2,6 +2,7 @@
 // indices at which they start.
 #pragma once
 
+#include "frame/nan.hpp"
 #include "quantiles/prepared_once.hpp"
 
 namespace dru::impl {
@@ -13,6 +14,13 @@ inline constexpr double tail_switch = 0.9;          // a tail above it is summed
 
 // Beyond 2^53 an index no longer moves when 1 is added to it.
 inline constexpr double largest_index = 9007199254740992.0;
+
+// Whether the stop rule, total > tail_switch or T < total * series_tolerance * (1 - t), is out of reach for
+// the rest of a pass: a NaN answers no comparison and stays a NaN, and a term that has become 0 before the
+// total was large enough for a tolerance stays 0. Such a pass runs to its ceiling.
+inline bool stop_rule_out_of_reach(double T, double total) {
+    return is_nan(total) || (T == 0.0 && total * series_tolerance == 0.0);
+}
 
 // The two indices at which the mixture sums of a given mean start. They depend on the mean alone and cost as
 // much as the rest of a sum, so each is found at its first use and kept. An object that several threads share

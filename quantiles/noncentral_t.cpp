@@ -139,7 +139,7 @@ double t_odd_mixture::upper_sum(const t_mixture_point& at) const {
     double T = std::exp(P) * U;
     double total = (S + 1.0) * T;
     for (;;) {
-        if (is_nan(total) || (T == 0.0 && total == 0.0)) return sentinel;
+        if (stop_rule_out_of_reach(T, total)) return sentinel;
         const double t = d / (i + 1.5) * (v * u / (i + 1.0) / U + 1.0);
         T = T * t;
         total = total + T;
