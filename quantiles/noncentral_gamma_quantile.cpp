@@ -14,7 +14,7 @@ namespace dru::impl {
 namespace {
 
 // Strides that a walk down may take before it looks for a way to skip some.
-constexpr int longest_plain_walk = 100;
+constexpr int longest_plain_walk = 20;
 
 // Tail at x minus p. Oddity: the upper form alone answers a negative tail, which the complement of a sum
 // slightly above 1 is, with 1 - p.
