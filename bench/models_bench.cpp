@@ -189,6 +189,14 @@ const bool registered = [] {
     for (double& v : logs) v = std::log(v);
     const orders airline = {0, 1, 1, 0, 1, 1, 12};
     add_fit("fit airline", logs, airline, false);
+    add("handle made and deleted airline", [=] {
+        zolv_ArimaModel m = model_of(airline, nullptr, nullptr);
+        std::uint32_t code = 0;
+        zolv_ArimaHandle handle = zolv_MakeArimaModelPtr(logs.data(), 144, &m, &code);
+        const double variance = zolv_GetSigmaSquared(handle);
+        zolv_DeleteArimaModelPtr(&handle);
+        return list{variance, static_cast<double>(code)};
+    });
     add_fit("fit (2,0,1)+c n=200", arma_series(200), {2, 0, 1, 0, 0, 0, 0}, true);
     add_fit("fit (2,0,1)+c n=2000", arma_series(2000), {2, 0, 1, 0, 0, 0, 0}, true);
     for (const std::size_t n : {500, 2000})

@@ -16,8 +16,8 @@ namespace zolv_bench {
 // Fills out[] with the answers to x[]; called over and over.
 using answer = std::function<void(const double* x, std::size_t n, double* out)>;
 
-// The row's name is question/library; ns is the processor time (for teams the elapsed time) per element. The
-// label holds the digest of the output, or what `describe` makes of it.
+// The row's name is question/library; `element` is the processor time (for teams the elapsed time) per
+// element. The label holds the digest of the output, or what `describe` makes of it.
 inline void add_row(const question& q, const std::string& library, const answer& call, bool elapsed = false,
                     const std::function<std::string(const list&)>& describe = digest_label) {
     auto* const row = benchmark::RegisterBenchmark(
