@@ -570,8 +570,8 @@ ZOLV_API void zolv_ParallelTInvCdf(const double* p, uint64_t n, double df, doubl
  * A negative nc is no distribution, yet it is not a bad parameter: see each function.
  * Oddity: for df up to 2 the logarithm of the density of shape df / 2 overflows at subnormal points x below about
  * df * 5.6e-309: the density there is plus infinity (a NaN for df = 2), the lower tail 1 (a NaN for df = 2 and an
- * nc other than 0). From df = 1e30 or so on neighbouring doubles lie a standard deviation apart, and tails and
- * quantiles have no digits left. */
+ * nc other than 0). For df below 1e-305 a noncentral lower tail is 0. From df = 1e30 or so on neighbouring doubles
+ * lie a standard deviation apart, and tails and quantiles have no digits left. */
 
 /* The chi-square density, central (nc = 0) or noncentral.
  *
@@ -585,7 +585,7 @@ ZOLV_API void zolv_ParallelTInvCdf(const double* p, uint64_t n, double df, doubl
  * A negative nc: for x > 0 the sums are followed where they have a first term, that is where
  * (df / 2 - 1)^2 + nc x is not negative, and may give a negative number or an infinity; elsewhere the sign-set NaN.
  * The sign-set NaN as well where the index of the largest term, (sqrt((df / 2 - 1)^2 + nc x) - df / 2 - 1) / 2
- * rounded up, is above 2^53 and the term does not underflow.
+ * rounded up, is above 2^53 and the term does not underflow; for df above 2.6e154, where the square overflows, too.
  * Relative error below 2e-12 for df and nc up to 1e4, 1e-10 up to 1e6; it grows with the logarithm of the density.
  * The mixture has some 23 sqrt(k) terms for a largest term at index k: a millisecond for an nc of 1e8, seconds
  * next to 2^53.
