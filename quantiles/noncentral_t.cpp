@@ -81,6 +81,7 @@ double t_odd_mixture::lower_sum(const t_mixture_point& at) const {
     double S = 0.0;
     while (i >= 0.0) {
         L = (L * (h_ + 1.0 + i) + v) * (u / (i + 1.0));
+        if (!is_finite(L) && j1 >= series_ceiling) return sentinel;  // no t can be above 1 any more
         if (i == 0.0) break;
         const double e = h_ + 1.0 + i - 1.0;
         const double t = d / (i + 0.5) * e * L / (e * L + v);
