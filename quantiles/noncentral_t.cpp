@@ -172,10 +172,10 @@ void t_nc_distribution::prepare(bool same_side, bool other_side) const {
     if (other_side) negative_.prepare();
 }
 
-// Oddity: a tail is not clamped. With indices that 1 no longer moves both passes would end at the ceiling.
+// Oddity: a tail is not clamped. Neither half of the mixture is defined where 1 no longer moves an index.
 tail_pair t_nc_distribution::tails_positive(double x) const {
-    if (is_infinite(weights_.mean())) return {sign_set_nan, sign_set_nan};
-    if (!(weights_.last() <= largest_index)) return {sentinel, 1.0 - sentinel};
+    if (is_infinite(weights_.mean()) || !(weights_.last() <= largest_index))
+        return {sign_set_nan, sign_set_nan};
     const t_mixture_point at(x, df_);
     const tail_pair even = at.far ? exchanged(even_.right(at.v)) : even_.left(at.u);
     if (!(x <= magnitude_)) {
