@@ -72,7 +72,8 @@ def differs(label):
     return label.startswith("differs by ") and not float(label.split()[-1]) <= SAME_ANSWER
 
 
-gains = collections.defaultdict(list)  # (kind, peer) -> ratios
+gains = collections.defaultdict(list)  # (kind, peer) -> ratios to the scalar exports
+prepared = collections.defaultdict(list)  # likewise, to the array forms
 lines = ["| | zolv | array | " + " | ".join(PEERS) + " | digest |", "|---|" + "--:|" * (2 + len(PEERS)) + "---|"]
 losses, compared, marked = 0, 0, 0
 for question, libraries in questions.items():
@@ -91,6 +92,8 @@ for question, libraries in questions.items():
         mark = " †" if differs(peer_label) else ""
         cells.append(f"{significant(ns)} {ratio_text(ns / own)}{mark}")
         gains[group, peer].append(ns / own)
+        if array:
+            prepared[group, peer].append(ns / array[0])
         compared += 1
         losses += ns < own
         marked += bool(mark)
@@ -98,11 +101,15 @@ for question, libraries in questions.items():
 distribution_table = lines
 
 kinds = ["pdf", "cdf", "quantile", "noncentral pdf", "noncentral cdf", "noncentral quantile"]
-columns = PEERS + ["zolv array"]
-summary = ["| | " + " | ".join(columns) + " |", "|---|" + "--:|" * len(columns)]
-for kind in kinds:
-    cells = [ratio_text(geometric_mean(gains[kind, c])) if gains[kind, c] else "-" for c in columns]
-    summary.append(f"| {kind} | " + " | ".join(cells) + " |")
+
+
+def summary(ratios, columns):
+    table = ["| | " + " | ".join(columns) + " |", "|---|" + "--:|" * len(columns)]
+    for kind in kinds:
+        cells = [ratio_text(geometric_mean(ratios[kind, c])) if ratios[kind, c] else "-" for c in columns]
+        table.append(f"| {kind} | " + " | ".join(cells) + " |")
+    return "\n".join(table)
+
 
 # ---- teams --------------------------------------------------------------------------------------------------
 
@@ -165,14 +172,14 @@ versions = [context.get(name, name) for name in ("libRmath", "Boost.Math", "GSL"
     f"glibc {package_version('libc6')}",
     command("clang++-14", "--version").split("\n")[0],
 ]
-taken = datetime.datetime.now().strftime("%Y-%m-%d %H:%M")
+taken = datetime.datetime.fromtimestamp(os.path.getmtime(f"{folder}/load.txt")).strftime("%Y-%m-%d %H:%M")
 commit = command("git", "rev-parse", "--short", "HEAD")
 sharing = ("**The machine was busy with other work during the run**: ratios below x1.5 either way may be noise."
            if busy else "")
 page = f"""# Performance
 
-Written by `bench/run.sh`, {taken}, at commit {commit}, on {os.cpu_count()} processors of an {cpu}; load averages
-before and after: {'; '.join(loads)}.
+Written by `bench/run.sh` from a run that ended {taken}, at commit {commit}, on {os.cpu_count()} processors of an
+{cpu}. Load averages before and after: {'; '.join(loads)}.
 {sharing}
 
 Versions: {', '.join(versions)}.
@@ -187,7 +194,12 @@ builds, they are not to be compared.
 Geometric means of the ratios to a loop over zolv's scalar exports, which prepare their parameters on each call;
 `zolv array` is zolv's own array form on one thread against that loop.
 
-{chr(10).join(summary)}
+{summary(gains, PEERS + ["zolv array"])}
+
+The same for zolv's array forms on one thread, which prepare once; the others stay loops over scalar calls, Boost.Math's
+distribution objects made before the loop:
+
+{summary(prepared, PEERS)}
 
 zolv is slower in {losses} of {compared} comparisons. In {marked} the other library's answers differ from zolv's by more
 than 1e-6 (†): mostly far tails of noncentral distributions, where some answer 0 or 1 or fail to converge, and
