@@ -4,10 +4,13 @@
 // Source: for x > 0 two mixtures of incomplete betas (Lenth 1989, AS 243), of index j + 1/2 and j + 1, each
 //         summed outward from its largest term; below 0 see noncentral_t_negative.hpp. A negative
 //         noncentrality is mirrored.
-// Range:  df > 0 and finite, ncp finite and not 0.
-// Oddity: the upper sum ends early at a total above 0.9 although it is still to be multiplied: small
-//         noncentralities lose digits there. A sum that reaches its ceiling of 750000 terms is the largest
-//         double, which leaves tails outside [0, 1]; from noncentralities of about 1.3e5 on every one does.
+// Range:  df > 0 and finite, ncp finite and not 0. On the noncentrality's side of 0 a noncentrality above
+//         about 1.3e8, whose mixture indices 1 no longer moves, gives the sign-set NaN.
+// Oddity: the upper sum ends early at a total above 0.9 although it is still to be multiplied: below a
+//         noncentrality of 1 digits are lost there, with df below 0.1 nearly all of them. A sum that reaches
+//         its ceiling of 750000 terms is the largest double, which leaves tails outside [0, 1]; between
+//         noncentralities of about 1.3e5 and 1.3e8 every sum does. Below 1.4e-16 the weight of the odd half
+//         rounds to 0 and the tails are NaNs.
 #pragma once
 
 #include "kernels/incomplete_beta.hpp"

@@ -224,6 +224,12 @@ def points():
         for df in [0.6, 3.0, 20.0] + sides(50.0)[:2] + [400.0]:
             for z in (-0.6, 0.0, 1.5):
                 out.append((nc * math.exp(z / math.sqrt(2.0 * df + 2.0)), df, nc))
+    # Just above a small noncentrality, and hardly any degrees of freedom.
+    for _ in range(60):
+        nc = log_uniform(rng, 0.1, 0.6)
+        out.append((nc * (1.0 + 0.3 * rng.random() ** 2), log_uniform(rng, 0.1, 1e4), nc))
+        nc = log_uniform(rng, 0.3, 2.5)
+        out.append((nc * (1.0 + 0.3 * rng.random() ** 2), log_uniform(rng, 0.02, 0.1), nc))
     return out
 
 
