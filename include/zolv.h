@@ -569,8 +569,8 @@ ZOLV_API void zolv_ParallelTInvCdf(const double* p, uint64_t n, double df, doubl
  * mixture. Everything is worked out for the gamma variate of shape df / 2 at half the point.
  * A negative nc is no distribution, yet it is not a bad parameter: see each function.
  * Oddity: for df up to 2 the logarithm of the density of shape df / 2 overflows at subnormal points x below about
- * df * 5.6e-309: the density there is plus infinity (a NaN for df = 2), the lower tail 1 (a NaN for df = 2 and an
- * nc other than 0). For df below 1e-305 a noncentral lower tail is 0. From df = 1e30 or so on neighbouring doubles
+ * df * 5.6e-309: the density there is plus infinity, the lower tail 1 or, with an nc below 2 or so other than 0, minus
+ * infinity and the upper plus infinity; for df = 2 the density and both noncentral tails are NaN. For df below 1e-305 a noncentral lower tail is 0. From df = 1e30 or so on neighbouring doubles
  * lie a standard deviation apart, and tails and quantiles have no digits left. */
 
 /* The chi-square density, central (nc = 0) or noncentral.
