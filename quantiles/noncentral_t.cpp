@@ -22,7 +22,12 @@ tail_pair exchanged(tail_pair tails) { return {tails.upper, tails.lower}; }
 }  // namespace
 
 t_odd_mixture::t_odd_mixture(double df, double weight, const poisson_start_indices& weights)
-    : h_(df / 2.0), weight_(weight), log_weight_(std::log(weight)), weights_(weights) {}
+    : h_(df / 2.0),
+      log_h_(std::log(h_)),
+      remainder_h_(remainder_or_zero(h_)),
+      weight_(weight),
+      log_weight_(std::log(weight)),
+      weights_(weights) {}
 
 double t_odd_mixture::first_index() const {
     const double j0 = weights_.first();
@@ -65,8 +70,20 @@ double t_odd_mixture::upper_start(const t_mixture_point& at) const {
     return at.far ? far_first().lower(at.v) : near_first().upper(at.u);
 }
 
+// The normalising logarithms of h are taken once: log_beta_pdf(k + 1, h, u) or log_beta_pdf(h, k + 1, v), bit
+// for bit.
 double t_odd_mixture::log_peak(const t_mixture_point& at, double k) const {
-    const double log_beta = at.far ? log_beta_pdf(h_, k + 1.0, at.v) : log_beta_pdf(k + 1.0, h_, at.u);
+    const double a = k + 1.0;
+    const auto log_a = [a] { return std::log(a); };
+    const auto log_h = [this] { return log_h_; };
+    double log_beta;
+    if (at.far) {
+        const double remainders = remainder_or_zero(h_ + a) - remainder_h_ - remainder_or_zero(a);
+        log_beta = log_beta_pdf_from(h_, a, at.v, std::log(h_ + a), remainders, log_h, log_a);
+    } else {
+        const double remainders = remainder_or_zero(a + h_) - remainder_or_zero(a) - remainder_h_;
+        log_beta = log_beta_pdf_from(a, h_, at.u, std::log(a + h_), remainders, log_a, log_h);
+    }
     return log_gamma_pdf(k + 1.5, weights_.mean()) - log_weight_ + log_beta;
 }
 

@@ -61,7 +61,7 @@ private:
     const beta_ratio_kernel& far_last() const;
     const beta_ratio_kernel& far_first() const;
 
-    double h_;
+    double h_, log_h_, remainder_h_;
     double weight_;  // P(|Z| < ncp): what this half weighs
     double log_weight_;
     const poisson_start_indices& weights_;
