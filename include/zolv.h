@@ -888,14 +888,103 @@ ZOLV_API void zolv_ParallelBetaInvCdf(const double* p, uint64_t n, double a, dou
 /* ---- F distribution ---------------------------------------------------------------------------------- */
 /* [section: f] */
 
-/* Density, distribution function and quantile of the F distribution with d1 and d2 degrees of freedom; nc is the
- * Poisson mean of the mixture. The array forms work element by element. */
+/* The density of the F distribution, central or noncentral.
+ *
+ * x   in  variate, any double
+ * d1  in  numerator degrees of freedom, > 0 and finite; need not be whole
+ * d2  in  denominator degrees of freedom, > 0 and finite; need not be whole
+ * nc  in  noncentrality, 0 for the central F. It is itself the Poisson mean of the mixture, half of the usual lambda
+ *         (the chi-square family halves its nc first, this one does not). It is not tested
+ *
+ * Returns the density; 0 for a negative or infinite x; at x = 0 plus infinity for d1 < 2, exp(-nc) for d1 = 2 and 0
+ * for d1 > 2; the sign-set NaN for a NaN x; the missing value for a bad d1 or d2, whatever x is.
+ * Bad nc: with y = x d1 / (d2 + x d1), a NaN or infinite nc gives the sign-set NaN for 0 < y < 1, and so does a
+ * negative one for 0 < y < 0.5; from y = 0.5 on a negative nc is dropped and the central density returned.
+ * Source: the F variate is turned into a beta variate y and the work done on whichever of y and 1 - y is below one
+ * half; the noncentral density is a Poisson mixture summed outward from its largest term.
+ * Oddity: a density whose logarithm is below that of the smallest normal double is 0, and so is one that the
+ * arithmetic leaves undefined: zolv_FPdf(5e-324, 2, 2, 0). A peak above index 2^53 that does not underflow gives
+ * the sign-set NaN.
+ * Threads: any number at once. */
 ZOLV_API double zolv_FPdf(double x, double d1, double d2, double nc);
+
+/* The distribution function of F, central or noncentral, or its complement.
+ *
+ * x      in  variate, any double
+ * d1     in  numerator degrees of freedom, > 0 and finite
+ * d2     in  denominator degrees of freedom, > 0 and finite
+ * nc     in  noncentrality as in zolv_FPdf; not tested
+ * upper  in  0: P(X <= x); any other value: P(X > x)
+ *
+ * Returns a probability; 0 (lower) or 1 (upper) for x <= 0, minus infinity included, and 1 or 0 for plus infinity,
+ * whatever nc is; the sign-set NaN for a NaN x; the missing value for a bad d1 or d2, whatever x is. An nc that is
+ * negative, infinite or NaN, or so large that 1 no longer moves a mixture index (above about 2^53), gives the
+ * sign-set NaN for every x > 0.
+ * Source: central: the incomplete beta function. Noncentral: the mixture of incomplete betas summed outward from its
+ * largest term, each tail directly where it is the smaller one by the mean (Benton & Krishnamoorthy 2003).
+ * Oddity: a sum of more than 750000 terms to or from its largest term counts as 0, and the other tail as 1; a sum ends
+ * early once it is above 0.9, where the other tail is then summed and its complement taken. A tail is not clamped.
+ * Threads: any number at once. */
 ZOLV_API double zolv_FCdf(double x, double d1, double d2, double nc, unsigned char upper);
+
+/* The quantile of F, central or noncentral.
+ *
+ * p      in  probability in [0, 1]
+ * d1     in  numerator degrees of freedom, > 0 and finite
+ * d2     in  denominator degrees of freedom, > 0 and finite
+ * nc     in  noncentrality as in zolv_FPdf; not tested
+ * upper  in  0: x with P(X <= x) = p; any other value: x with P(X > x) = p
+ *
+ * Returns x >= 0; 0 and plus infinity for p = 0 and 1 in the lower tail, the reverse in the upper, whatever nc is; the
+ * sign-set NaN for a p that is NaN or outside [0, 1], and for an nc that is negative, infinite or NaN; the missing
+ * value for a bad d1 or d2, whatever p is.
+ * Source: (d2 / d1) y / (1 - y) with y the quantile of the beta variate: central as in zolv_BetaInvCdf, noncentral by
+ * at most 251 bisections of (0, 1) to a relative step of 1e-12, a little more after each 25 of them.
+ * Oddity: 1 - y is formed by subtraction, so large quantiles lose digits. The noncentral bisection is not mirrored, has
+ * an absolute grain near y = 1, and with p below 1e-155 its sign test underflows; nothing reports it.
+ * Threads: any number at once. */
 ZOLV_API double zolv_FInvCdf(double p, double d1, double d2, double nc, unsigned char upper);
+
+/* zolv_FPdf of every element.
+ *
+ * x      in   [n] variates
+ * n      in   count; 0 writes nothing
+ * d1     in   numerator degrees of freedom, > 0 and finite
+ * d2     in   denominator degrees of freedom, > 0 and finite
+ * nc     in   noncentrality, the Poisson mean of the mixture; not tested
+ * out    out  [n], the caller's; may be x itself
+ *
+ * out[i] has the bits of the scalar function at x[i], whatever the number of threads. A bad d1 or d2 fills out
+ * with the missing value. Runs on an OpenMP team; what depends on the parameters alone is settled once before it. */
 ZOLV_API void zolv_ParallelFPdf(const double* x, uint64_t n, double d1, double d2, double nc, double* out);
+
+/* zolv_FCdf of every element.
+ *
+ * x      in   [n] variates
+ * n      in   count; 0 writes nothing
+ * d1     in   numerator degrees of freedom, > 0 and finite
+ * d2     in   denominator degrees of freedom, > 0 and finite
+ * nc     in   noncentrality, the Poisson mean of the mixture; not tested
+ * upper  in   0: lower tail; any other value: upper tail
+ * out    out  [n], the caller's; may be x itself
+ *
+ * out[i] has the bits of the scalar function at x[i], whatever the number of threads. A bad d1 or d2 fills out
+ * with the missing value. Runs on an OpenMP team; what depends on the parameters alone is settled once before it. */
 ZOLV_API void zolv_ParallelFCdf(const double* x, uint64_t n, double d1, double d2, double nc, unsigned char upper,
                                 double* out);
+
+/* zolv_FInvCdf of every element.
+ *
+ * p      in   [n] probabilities
+ * n      in   count; 0 writes nothing
+ * d1     in   numerator degrees of freedom, > 0 and finite
+ * d2     in   denominator degrees of freedom, > 0 and finite
+ * nc     in   noncentrality, the Poisson mean of the mixture; not tested
+ * upper  in   0: lower tail; any other value: upper tail
+ * out    out  [n], the caller's; may be p itself
+ *
+ * out[i] has the bits of the scalar function at p[i], whatever the number of threads. A bad d1 or d2 fills out
+ * with the missing value. Runs on an OpenMP team; what depends on the parameters alone is settled once before it. */
 ZOLV_API void zolv_ParallelFInvCdf(const double* p, uint64_t n, double d1, double d2, double nc,
                                    unsigned char upper, double* out);
 
