@@ -76,7 +76,6 @@ def saddle(x, df, nc):
     Y = div(2.0, s * s) + 2.0 + u * u
     R = div(1.0, root(h * Y))
     b = div(1.0, s) / root(Y)
-    b2 = b * b
     b3 = b * b * b
     b4 = b3 * b
     b5 = b4 * b
@@ -88,7 +87,6 @@ def saddle(x, df, nc):
     c5 = -0.4 * b5
     c6 = b6 / 3.0
     c7 = -(2.0 / 7.0) * b7
-    assert b2 * b == b3 or math.isnan(b3)
     c3_2 = c3 * c3
     c3_3 = c3_2 * c3
     c3_4 = c3_3 * c3
