@@ -8,6 +8,7 @@
 #include <numbers>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "kernels/log_gamma.hpp"
 #include "support/platform_bits.hpp"
