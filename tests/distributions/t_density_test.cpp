@@ -47,7 +47,9 @@ TEST(TDensityBits, EveryBranchMatchesThePlainTranscription) {
         double got;
         if (routine == "pdf") {
             got = zolv_TPdf(x, df, nc);
-            if (std::isnan(got)) EXPECT_SIGN_SET_NAN(got);
+            if (std::isnan(got)) {
+                EXPECT_SIGN_SET_NAN(got);
+            }
         } else if (routine == "saddle_density") {
             got = t_nc_pdf_saddle(x, df, nc).density;
         } else if (routine == "saddle_log") {

@@ -346,8 +346,12 @@ TEST(NoncentralTLaws, MirroredAndComplementary) {
         ASSERT_LE(std::fabs(lower + upper - 1.0), 1.2e-16) << place(x, df, nc);
         ASSERT_SAME_BITS(t_nc_cdf(x, df, nc), lower);
         ASSERT_SAME_BITS(t_nc_sf(x, df, nc), upper);
-        if (x > 0.0) ASSERT_SAME_BITS(t_nc_tails_positive(x, df, nc).lower, lower);
-        if (x < 0.0) ASSERT_SAME_BITS(t_nc_tails_negative(x, df, nc).lower, lower);
+        if (x > 0.0) {
+            ASSERT_SAME_BITS(t_nc_tails_positive(x, df, nc).lower, lower);
+        }
+        if (x < 0.0) {
+            ASSERT_SAME_BITS(t_nc_tails_negative(x, df, nc).lower, lower);
+        }
     }
 }
 
