@@ -30,7 +30,12 @@ int CmCmndArima::Estimate() {
     if (!orders_.Valid()) return code::orders_out_of_range;
     if (const int failure = PrepareSeries(); failure != code::done) return failure;
     if (const int failure = PrepareParameters(); failure != code::done) return failure;
+    const int result = SearchAndConclude();
+    lanes_.Release();
+    return result;
+}
 
+int CmCmndArima::SearchAndConclude() {
     if (hasConstant_ && theta_[static_cast<std::size_t>(lastParameter_)] == 0.0) {
         theta_[static_cast<std::size_t>(lastParameter_)] = unknown_constant;
     }

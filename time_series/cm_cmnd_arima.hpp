@@ -4,8 +4,8 @@
 //         (Box & Jenkins 1976, 7.1.4 and 7.1.5 with 6.4), minimised by a Marquardt search with numerical
 //         derivatives (Marquardt 1963; Box & Jenkins, program 7.2).
 //
-// Time t of the differenced series stands at index 100 + t of e, a, w and of each column of X: the margin of
-// 100 in front is the room for backcasts, and no term may look further back.
+// Time t of the differenced series stands at index 100 + t of e, a, w and in row 100 + t of the lanes: the
+// margin of 100 in front is the room for backcasts, and no term may look further back.
 //
 // What is valid when:
 //   after Estimate below 30000   estimates, sigma squared, residuals, inverse matrix, backcasts, history;
@@ -26,6 +26,7 @@
 #include "time_series/classic_arima.hpp"
 #include "time_series/full_pivot_inverse.hpp"
 #include "time_series/lag_terms.hpp"
+#include "time_series/residual_lanes.hpp"
 
 namespace vek::time_series {
 
@@ -91,12 +92,16 @@ private:
     using Index = std::ptrdiff_t;
     static constexpr Index margin = 100;  // backcast room in front of the series
     static constexpr int max_parameters = 10;
-    static constexpr Index ma_room = 150;  // lag m of the forecast's MA side stands at m - 1,
-    static constexpr Index ar_room = 151;  // and of its AR side at m
+    static constexpr double sum_cap = 1e20;     // a sum of squares above it is only called large
+    static constexpr double exact_fit = 1e-30;  // a sum below it ends the search
+    static constexpr Index ma_room = 150;       // lag m of the forecast's MA side stands at m - 1,
+    static constexpr Index ar_room = 151;       // and of its AR side at m
     using Parameters = std::array<double, max_parameters>;
     using Lags = std::array<std::int64_t, zolv::time_series::max_order>;
     using StartSlots = std::array<double, zolv::time_series::max_order>;
     using TermCoefficients = std::array<double, zolv::time_series::max_terms>;
+
+    int SearchAndConclude();
 
     // cm_cmnd_arima_preparation.cpp
     int PrepareSeries();
@@ -121,25 +126,27 @@ private:
         double angle = 0.0;    // degrees between the step and the gradient
     };
     int MarquardtSearch();
+    int FindBetterStep(double sum, Step& step);
     bool MarquardtStep(double lambda, Step& step);
+    bool Converged(const Parameters& theta) const;
+    void RecordRow(double sum);
+
+    // cm_cmnd_arima_derivatives.cpp
+    bool TryCandidate(double& sum);
+    void RejectCandidate();
+    bool Visit(bool derivativesFollow, double& sum);
+    bool RunAhead(const Parameters& point, bool tried);
+    void WalkAround(const Parameters& point);
     bool TakeDerivatives();
     int FormNormalEquations();
-    int FindBetterStep(double sum, Step& step);
-    bool Converged() const;
-    void RecordRow(double sum);
 
     // cm_cmnd_arima_covariance.cpp
     bool ComputeCovariance();
+    bool TakeFrozenDerivatives();
 
     // cm_cmnd_arima_forecast.cpp
     int BuildForecastPolynomials();
     void MultiplyByDifference(Index lag, Index& degree);
-    double* Column(int j) {
-        return X_.data() + static_cast<std::size_t>(j) * static_cast<std::size_t>(arrayLength_);
-    }
-    const double* Column(int j) const {
-        return X_.data() + static_cast<std::size_t>(j) * static_cast<std::size_t>(arrayLength_);
-    }
 
     // ---- the question
     const double* series_;
@@ -167,6 +174,7 @@ private:
     zolv::time_series::LagTerms arTerms_, maTerms_;
 
     // ---- residual recursion
+    bool passed_ = false;  // the last full pass has got through
     bool backcastDone_ = false;
     bool backcastExhausted_ = false;
     Index firstIndex_ = margin;  // the first index that enters the sums
@@ -177,10 +185,19 @@ private:
     double lambda_ = 1.0;
     Parameters theta_{}, candidate_{}, delta_{}, scaledStep_{}, solved_{}, gradient_{}, scale_{};
     Parameters derivativeStep_{};
-    std::vector<double> X_;  // derivatives: k columns of n + 100
     SmallMatrix work_{}, normal_{};
+    bool lastIteration_ = false;
     std::vector<std::vector<double>> history_;
     std::size_t historyRows_ = 0;  // rows written while the search runs
+
+    // ---- derivatives
+    ResidualLanes lanes_;                                      // residuals at the points around theta
+    std::array<Parameters, 2 * max_parameters + 1> around_{};  // these points; theta ends at the last one
+    // Passes run in step before their turn: they are in lanes_, not yet in e_ and w_.
+    enum class Ahead { nothing, from_visit, from_trial };
+    Ahead ahead_ = Ahead::nothing;
+    ResidualLanes::Squares aheadSum_{};
+    bool lastTryHeld_ = true;  // the search went to the candidate before
 
     // ---- results
     bool fitted_ = false;  // Estimate has ended below 30000

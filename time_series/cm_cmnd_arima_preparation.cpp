@@ -146,6 +146,8 @@ int CmCmndArima::PrepareParameters() {
     std::fill_n(e_.begin(), margin, 0.0);
     std::fill_n(a_.begin(), margin, 0.0);
     std::fill_n(w_.begin(), margin, preSample_);
+    lanes_.Prepare(
+        {&arTerms_, &maTerms_, ParameterCount(), hasConstant_, margin, margin + count_, backcastSpan_});
     return code::done;
 }
 

@@ -18,7 +18,6 @@ namespace {
 // Beyond it a recursion has exploded: parameters far outside the stationary or invertible region.
 constexpr double overflow_bound = 1.001e18;
 constexpr double backcast_end = 0.001;  // a backcast this small ends the backward pass
-constexpr double sum_cap = 1e20;        // a sum of squares above it is only called large
 
 bool TooLarge(double value) { return std::fabs(value) > overflow_bound; }
 
@@ -99,7 +98,8 @@ bool CmCmndArima::ComputeResiduals(const Parameters& theta) {
 
 bool CmCmndArima::FullPass(const Parameters& theta) {
     backcastDone_ = false;
-    return ComputeResiduals(theta);
+    passed_ = ComputeResiduals(theta);
+    return passed_;
 }
 
 // Backcast residuals included.

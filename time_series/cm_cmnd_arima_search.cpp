@@ -5,7 +5,7 @@
 //         gradient decides what a failed step changes: a wide one asks for more damping, a narrow one for a
 //         shorter step. arccos by Abramowitz & Stegun 4.4.45.
 // Oddity: theta walks +h, -2h, +h through its derivatives and keeps what the roundings leave.
-// Memory: X and the history are sized before the first iteration; nothing is allocated after that.
+// Memory: the lanes and the history are sized before the first iteration; nothing is allocated after that.
 #include <algorithm>
 #include <cmath>
 
@@ -29,13 +29,6 @@ constexpr double step_fraction = 0.95;
 constexpr double longest_move = 0.15;  // no parameter but the constant moves further in one step
 constexpr double wide_angle = 30.0;
 constexpr double singular_sum = 1e35;  // what a step that cannot be computed is said to cost
-constexpr double exact_fit = 1e-30;
-constexpr double smallest_scale_product = 1e-20;
-
-bool NearZero(double x) { return std::fabs(x) <= 1e-12 * std::fabs(x) + 1e-30; }
-
-// Zero for a NaN too.
-double AtLeastZero(double x) { return x > 0.0 ? x : 0.0; }
 
 // Oddity: 3.141596 is not pi. It stands between a step that is taken and one that is not, so it stays.
 double AngleInDegrees(double cosine) {
@@ -51,19 +44,19 @@ double AngleInDegrees(double cosine) {
 
 int CmCmndArima::MarquardtSearch() {
     const auto k = static_cast<std::size_t>(ParameterCount());
-    X_.assign(k * static_cast<std::size_t>(arrayLength_), 0.0);
     if (recordHistory_) history_.assign(history_rows, std::vector<double>(k + 1));
     historyRows_ = 0;
     for (std::size_t i = 0; i < k; ++i) {
         if (std::fabs(theta_[i]) < smallest_start) theta_[i] = replaced_start;
     }
     lambda_ = first_lambda;
-    if (!FullPass(theta_)) return code::recursion_overflow;
-    double sum = CappedSumOfSquares();
+    double sum = 0.0;
+    if (!Visit(true, sum)) return code::recursion_overflow;
     RecordRow(sum);
 
     Step step;
     for (int iteration = 1; iteration <= max_iterations; ++iteration) {
+        lastIteration_ = iteration == max_iterations;
         step.damping = step_fraction;
         if (!TakeDerivatives()) return code::recursion_overflow;
         if (const int ended = FormNormalEquations(); ended != code::done) {
@@ -73,83 +66,18 @@ int CmCmndArima::MarquardtSearch() {
         if (const int ended = FindBetterStep(sum, step); ended != code::done) return ended;
 
         theta_ = candidate_;
-        if (!FullPass(theta_)) return code::recursion_overflow;
-        sum = CappedSumOfSquares();
+        const bool converged = Converged(theta_);
+        if (!Visit(!converged && !lastIteration_, sum)) return code::recursion_overflow;
         constant_ = ConstantOf(theta_);
         RecordRow(sum);
         if (sum < exact_fit) {
             sumOfSquares_ = sum;
             return code::done;
         }
-        if (Converged()) return code::converged;
+        if (converged) return code::converged;
     }
     constant_ = ConstantOf(theta_);
     return code::iterations_used;
-}
-
-// Column j of X: residuals at theta_j - h less residuals at theta_j + h. A row counts once every pass of the
-// iteration has a residual there, hence the start that only grows.
-bool CmCmndArima::TakeDerivatives() {
-    const Index end = margin + count_;
-    Index rowStart = 1;
-    for (int j = 0; j < ParameterCount(); ++j) {
-        double& parameter = theta_[static_cast<std::size_t>(j)];
-        double* const x = Column(j);
-        const double h = 0.02 * parameter;
-        derivativeStep_[static_cast<std::size_t>(j)] = h;
-
-        parameter += h;
-        if (!FullPass(theta_)) return false;
-        rowStart = std::max(rowStart, firstIndex_);
-        for (Index t = rowStart; t < end; ++t) x[t] = e_[static_cast<std::size_t>(t)];
-
-        parameter -= 2.0 * h;
-        if (!FullPass(theta_)) return false;
-        rowStart = std::max(rowStart, firstIndex_);
-        parameter += h;
-        for (Index t = rowStart; t < end; ++t) x[t] = e_[static_cast<std::size_t>(t)] - x[t];
-    }
-    if (!FullPass(theta_)) return false;
-    firstIndex_ = std::max(rowStart, firstIndex_);
-    return true;
-}
-
-// Gradient and normal matrix, scaled to a unit diagonal; of the matrix the lower triangle is what counts.
-// Returns done to go on.
-int CmCmndArima::FormNormalEquations() {
-    const int k = ParameterCount();
-    const Index end = margin + count_;
-    const auto product = [&](const double* x, const double* y) {
-        double sum = 0.0;
-        for (Index t = firstIndex_; t < end; ++t) sum += x[t] * y[t];
-        return sum;
-    };
-
-    for (int j = 0; j < k; ++j) {
-        const auto J = static_cast<std::size_t>(j);
-        const double g = product(Column(j), e_.data());
-        const double width = 2.0 * derivativeStep_[J];
-        if (NearZero(width)) return code::singular_covariance;
-        gradient_[J] = g / width;
-    }
-    for (int j = 0; j < k; ++j) {
-        const auto J = static_cast<std::size_t>(j);
-        for (int i = 0; i <= j; ++i) {
-            const auto I = static_cast<std::size_t>(i);
-            normal_[J][I] =
-                product(Column(j), Column(i)) / ((2.0 * derivativeStep_[J]) * (2.0 * derivativeStep_[I]));
-        }
-        scale_[J] = std::sqrt(AtLeastZero(normal_[J][J]));
-    }
-    for (std::size_t j = 0; j < static_cast<std::size_t>(k); ++j) {
-        for (std::size_t i = 0; i <= j; ++i) {
-            const double scales = scale_[j] * scale_[i];
-            if (scales < smallest_scale_product) return code::no_better_step;
-            normal_[j][i] /= scales;
-        }
-        gradient_[j] /= scale_[j];
-    }
-    return code::done;
 }
 
 // Leaves the accepted parameters in candidate_. Returns done when there are any.
@@ -160,10 +88,12 @@ int CmCmndArima::FindBetterStep(double sum, Step& step) {
             lambda_ /= 10.0;
             return code::done;
         }
+        RejectCandidate();
     }
     for (int tries = 1; tries <= max_tries; ++tries) {
         if (!MarquardtStep(lambda_, step)) return code::recursion_overflow;
         if (sum >= step.sum) return code::done;
+        RejectCandidate();
         if (step.angle >= wide_angle) {
             lambda_ *= 10.0;
             step.damping = step_fraction;
@@ -203,8 +133,7 @@ bool CmCmndArima::MarquardtStep(double lambda, Step& step) {
     const double r = longest > longest_move ? longest_move / longest : 1.0;
     for (std::size_t i = 0; i < k; ++i) candidate_[i] = theta_[i] + r * delta_[i];
     step.damping *= r;
-    if (!FullPass(candidate_)) return false;
-    step.sum = CappedSumOfSquares();
+    if (!TryCandidate(step.sum)) return false;
 
     double dot = 0.0, solvedSquares = 0.0, gradientSquares = 0.0;
     for (std::size_t i = 0; i < k; ++i) {
@@ -220,11 +149,11 @@ bool CmCmndArima::MarquardtStep(double lambda, Step& step) {
     return true;
 }
 
-bool CmCmndArima::Converged() const {
+bool CmCmndArima::Converged(const Parameters& theta) const {
     const auto k = static_cast<std::size_t>(ParameterCount());
     for (std::size_t i = 0; i < k; ++i) {
         const bool isConstant = hasConstant_ && i + 1 == k;
-        const double level = isConstant ? theta_[i] + mean_ : theta_[i];
+        const double level = isConstant ? theta[i] + mean_ : theta[i];
         if (!(std::fabs(delta_[i]) < 0.001 * std::fabs(level) + 1e-5)) return false;
     }
     return true;

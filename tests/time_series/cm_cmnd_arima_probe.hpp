@@ -29,14 +29,12 @@ struct CmCmndArimaProbe {
     double ConstantOf(const std::vector<double>& theta) { return m.ConstantOf(Parameters(theta)); }
 
     int FormNormalEquations(const std::vector<double>& theta, const std::vector<double>& steps) {
-        m.X_.assign(steps.size() * static_cast<std::size_t>(m.arrayLength_), 0.0);
         m.theta_ = Parameters(theta);
         m.derivativeStep_ = Parameters(steps);
         return m.FormNormalEquations();
     }
     // The final matrix and its inverse at theta; the last completed pivot, or -2 after an overflow.
     int CovarianceRank(const std::vector<double>& theta) {
-        m.X_.assign(theta.size() * static_cast<std::size_t>(m.arrayLength_), 0.0);
         m.theta_ = Parameters(theta);
         m.backcastDone_ = true;
         return m.ComputeCovariance() ? InvertMatrix(m.normal_, m.lastParameter_) : -2;

@@ -2,9 +2,26 @@
 #pragma once
 
 #include <cstdint>
+#include <random>
 #include <vector>
 
 namespace zolv_test {
+
+// The engine's numbers are the same everywhere; those of the standard distributions are not.
+class Random {
+public:
+    explicit Random(std::uint64_t seed) : engine_(seed) {}
+    int whole(int low, int high) {
+        return low + static_cast<int>(engine_() % static_cast<std::uint64_t>(high - low + 1));
+    }
+    double real(double low, double high) {
+        return low + (high - low) * (static_cast<double>(engine_() >> 11) * 0x1p-53);
+    }
+    bool chance(int in) { return whole(1, in) == 1; }
+
+private:
+    std::mt19937_64 engine_;
+};
 
 // Sums of four uniform numbers less their mean: near normal, exact arithmetic, no library distribution.
 inline std::vector<double> white_noise(int n, std::uint64_t seed) {
