@@ -110,6 +110,7 @@ def main():
 
     def add(regime, x, d1, d2, nc):
         values = f_values(x, d1, d2, nc)
+        assert abs(values[1] + values[2] - 1) < mpf(10) ** -30
         if min(values) < mpf(10) ** -290:
             return
         rows.append(",".join([regime, x.hex(), d1.hex(), d2.hex(), nc.hex()] + [mpmath.nstr(v, 25) for v in values]))
@@ -147,6 +148,9 @@ def main():
     for d1, d2 in shapes:
         for x in switch_points(d1 / 2.0, d2 / 2.0, 1e4) + spread(d1, d2, 1e4, 4):
             add("1e4", x, d1, d2, 1e4)
+    for d1, d2 in ((3.0, 10.0), (300.0, 700.0)):
+        for x in switch_points(d1 / 2.0, d2 / 2.0, 1e6) + spread(d1, d2, 1e6, 3)[:3]:
+            add("1e6", x, d1, d2, 1e6)
     for d1, d2 in ((3.0, 10.0), (20.0, 50.0), (1.0, 1.0)):
         for nc in (0.0, 5.0, 30.0):
             for x in (1e-60, 1e-12, 1e6, 1e30):
