@@ -79,7 +79,7 @@ double falling_sum(const mixture_point& m, double j1, double L, const LogDensity
     while (i > limit) {
         const double e = m.c + i - 1.0;
         L = (L * (m.c + i) + m.across) * (m.along / (m.shape + i));
-        if (!is_finite(L) && j1 >= series_ceiling) return 0.0;  // no t can be above 1 any more
+        if (!is_finite(L) && j1 >= series_ceiling) return 0.0;    // no t can be above 1 any more
         const double t = m.ncp / i * e * L / (e * L + m.across);  // T_i / T_(i-1)
         if (t > 1.0) {
             k = i;
