@@ -3,7 +3,7 @@
 set -euo pipefail
 packages=(
     cmake ninja-build pkg-config binutils git
-    g++-12 gcc-12 clang-14 libclang-rt-14-dev libomp-14-dev clang-format-14 libgfortran-12-dev
+    g++-12 gcc-12 clang-14 libclang-rt-14-dev libomp-14-dev clang-format-14
     libopenblas64-pthread-dev liblapacke64-dev liblapacke-dev
     libgtest-dev libcli11-dev libcsv-dev gnuplot-nox fonts-dejavu-core
 )
