@@ -10,7 +10,6 @@
 #include "distributions/binomial_kernels.hpp"
 
 #include <cmath>
-#include <cstdint>
 
 #include "distributions/poisson.hpp"
 #include "kernels/log_gamma.hpp"
@@ -47,7 +46,8 @@ double binomial_log_mass::operator()(double k) const {
 binomial_normal_ratio::binomial_normal_ratio(double n, double p)
     : mean(n * p), s(std::sqrt((1.0 - p) * n * p)), c(1.0 - 2.0 * p), h(0.5 / s), C(c * c) {}
 
-binomial_normal_ratio::expansion binomial_normal_ratio::expand(double x) const {
+// side: -1 for the upper tail, 1 for the lower one.
+lattice_expansion binomial_normal_ratio::expand(double x, double side) const {
     const double z = (x - mean) / s;
     const double Z = z * z;
     const double A = 2.0 * C * Z;
@@ -65,18 +65,12 @@ binomial_normal_ratio::expansion binomial_normal_ratio::expand(double x) const {
         ((((B + 5.0 * (7.0 * C + 9.0)) * Z - 6.0 * (16.0 * C + 21.0)) * Z - 3.0 * (153.0 - 37.0 * C)) * Z +
          48.0 * (9.0 - C)) /
         1620.0;
-    return {z, ((a3 * h + a2) * h + a1) * h + 1.0, b1, b2, b3};
+    return {z, ((a3 * h + a2) * h + a1) * h + 1.0, b1 + side, b2, b3};
 }
 
-double binomial_normal_ratio::upper(double x) const {
-    const auto [z, head, b1, b2, b3] = expand(x);
-    return s * (lattice_mills_ratio(z) * head + ((b3 * h + b2) * h + (b1 - 1.0)) * h);
-}
+double binomial_normal_ratio::upper(double x) const { return expand(x, -1.0).upper(s, h); }
 
-double binomial_normal_ratio::lower(double x) const {
-    const auto [z, head, b1, b2, b3] = expand(x);
-    return s * (lattice_mills_ratio(-z) * head - ((b3 * h + b2) * h + (b1 + 1.0)) * h);
-}
+double binomial_normal_ratio::lower(double x) const { return expand(x, 1.0).lower(s, h); }
 
 binomial_distribution::binomial_distribution(double n, double p)
     : log_mass_(n, p),
@@ -103,13 +97,7 @@ discrete_tails binomial_distribution::tails(double x) const {
         if (x >= upper_end_) return all_below;
         if (lower_end_ >= x) return all_above;
     }
-    const double mass = std::exp(log_mass_(x));
-    if (x > mode_bound_) {
-        const double upper_tail = upper_ratio(x) * mass;
-        return {x == 0.0 ? 0.0 : 1.0 - upper_tail - mass, upper_tail, mass};
-    }
-    const double lower = lower_ratio(x) * mass;
-    return {lower, 1.0 - lower - mass, mass};
+    return tails_from_ratio(*this, x, mode_bound_);
 }
 
 double binomial_distribution::upper_ratio(double x) const {
@@ -136,54 +124,19 @@ double binomial_distribution::lower_ratio_many_trials(double x) const {
     return r * (c + 1.0) + 0.5 * x * (x - mean - 1.0) / n;
 }
 
-// sum over k > x of the products of P(X = i) / P(X = i - 1) = (n - i + 1) p / (i q) from i = x + 1 to k.
-//
-// Indices are doubles: exact to 2^53, and no x is too large for one. The count ends the way back also where
-// j - 1 would no longer differ from j.
+// P(X = i) / P(X = i - 1) = (n - i + 1) p / (i q).
 double binomial_distribution::upper_ratio_summed(double x) const {
     const double n = log_mass_.n, p = log_mass_.p, q = log_mass_.q;
-    double i = std::trunc(x);
-    double t = 1.0;
-    std::int64_t terms = 0;
-    do {
-        const double f = i;
-        i += 1.0;
-        t = t * (n - f) * p / (i * q);
-        ++terms;
-    } while (t >= last_term && t <= largest_double);
-    if (t > largest_double) return plus_infinity;
-
-    double r = 0.0;
-    for (double j = i - 1.0; j >= x && terms > 0; --terms) {
-        const double w = (n - j) * p / (i * q);
-        j -= 1.0;
-        i -= 1.0;
-        r = (r + 1.0) * w;
-    }
-    return r;
+    return summed_upper_ratio(
+        x, [=](double t, double j, double i) { return t * (n - j) * p / (i * q); },
+        [=](double j, double i) { return (n - j) * p / (i * q); });
 }
 
-// sum over k < x of the products of P(X = i - 1) / P(X = i) = q i / ((n - i + 1) p) from i = x down to k + 1.
 double binomial_distribution::lower_ratio_summed(double x) const {
     const double n = log_mass_.n, p = log_mass_.p, q = log_mass_.q;
-    double i = std::trunc(x);
-    double t = 1.0;
-    std::int64_t terms = 0;
-    do {
-        const double f = i;
-        i -= 1.0;
-        t = t * q * f / ((n - f + 1.0) * p);
-        ++terms;
-    } while (t >= last_term && t <= largest_double);
-    if (t > largest_double) return plus_infinity;
-
-    double r = 0.0;
-    for (double j = i + 1.0; x >= j && terms > 0; --terms) {
-        const double w = q * j / ((n - j + 1.0) * p);
-        j += 1.0;
-        r = (r + 1.0) * w;
-    }
-    return r;
+    return summed_lower_ratio(
+        x, [=](double t, double i) { return t * q * i / ((n - i + 1.0) * p); },
+        [=](double i) { return q * i / ((n - i + 1.0) * p); });
 }
 
 double binomial_log_pmf(double k, double n, double p) { return binomial_log_mass(n, p)(k); }

@@ -30,12 +30,7 @@ struct binomial_normal_ratio {
     double lower(double x) const;
 
 private:
-    struct expansion {
-        double z;
-        double head;        // the polynomial that multiplies the Mills ratio
-        double b1, b2, b3;  // b1 without its -1 or +1
-    };
-    expansion expand(double x) const;
+    lattice_expansion expand(double x, double side) const;
 };
 
 // One (n, p), many x: everything that depends on the parameters alone is formed once. The plain functions

@@ -7,7 +7,6 @@
 #include "distributions/hypergeometric.hpp"
 
 #include <cmath>
-#include <cstdint>
 
 #include "kernels/log_gamma.hpp"
 #include "quantiles/root_search.hpp"
@@ -67,7 +66,8 @@ hypergeometric_normal_ratio::hypergeometric_normal_ratio(double n, double a, dou
     S = c * c + g * g;
 }
 
-hypergeometric_normal_ratio::expansion hypergeometric_normal_ratio::expand(double x) const {
+// side: -1 for the upper tail, 1 for the lower one.
+lattice_expansion hypergeometric_normal_ratio::expand(double x, double side) const {
     const double z = (x - mean) / s;
     const double Z = z * z;
     const double A = 2.0 * E * Z;
@@ -91,18 +91,12 @@ hypergeometric_normal_ratio::expansion hypergeometric_normal_ratio::expand(doubl
                            Z +
                        6.0 * (81.0 - 9.0 * S + E)) /
                       1620.0;
-    return {z, ((a3 * h + a2) * h + a1) * h + 1.0, b1, b2, b3};
+    return {z, ((a3 * h + a2) * h + a1) * h + 1.0, b1 + side, b2, b3};
 }
 
-double hypergeometric_normal_ratio::upper(double x) const {
-    const auto [z, head, b1, b2, b3] = expand(x);
-    return s * (lattice_mills_ratio(z) * head + ((b3 * h + b2) * h + (b1 - 1.0)) * h);
-}
+double hypergeometric_normal_ratio::upper(double x) const { return expand(x, -1.0).upper(s, h); }
 
-double hypergeometric_normal_ratio::lower(double x) const {
-    const auto [z, head, b1, b2, b3] = expand(x);
-    return s * (lattice_mills_ratio(-z) * head - ((b3 * h + b2) * h + (b1 + 1.0)) * h);
-}
+double hypergeometric_normal_ratio::lower(double x) const { return expand(x, 1.0).lower(s, h); }
 
 hypergeometric_distribution::hypergeometric_distribution(double N, double K, double n)
     : log_mass_(N, K, n),
@@ -125,13 +119,7 @@ discrete_tails hypergeometric_distribution::tails(double x) const {
         if (lower_end_ >= x) return all_above;
     }
     if (variance_ <= large_variance && log_mass_.N >= unbounded_population) return with_replacement_.tails(x);
-    const double mass = std::exp(log_mass_(x));
-    if (x > mode_bound_) {
-        const double upper_tail = upper_ratio(x) * mass;
-        return {x == 0.0 ? 0.0 : 1.0 - upper_tail - mass, upper_tail, mass};
-    }
-    const double lower = lower_ratio(x) * mass;
-    return {lower, 1.0 - lower - mass, mass};
+    return tails_from_ratio(*this, x, mode_bound_);
 }
 
 // Unlike the binomial ratios these need no third form for a large population: a factor of a term is a
@@ -144,53 +132,19 @@ double hypergeometric_distribution::lower_ratio(double x) const {
     return variance_ >= large_variance ? normal_.lower(x) : lower_ratio_summed(x);
 }
 
-// sum over k > x of the products of P(X = i) / P(X = i - 1) = (K - i + 1) (n - i + 1) / (i (i - low)) from
-// i = x + 1 to k.
+// P(X = i) / P(X = i - 1) = (K - i + 1) (n - i + 1) / (i (i - low)).
 double hypergeometric_distribution::upper_ratio_summed(double x) const {
     const double K = log_mass_.K, n = log_mass_.n, low = log_mass_.low;
-    double i = std::trunc(x);
-    double t = 1.0;
-    std::int64_t terms = 0;
-    do {
-        const double f = i;
-        i += 1.0;
-        t = t * (K - f) * (n - f) / (i * (i - low));
-        ++terms;
-    } while (t >= last_term && t <= largest_double);
-    if (t > largest_double) return plus_infinity;
-
-    double r = 0.0;
-    for (double j = i - 1.0; j >= x && terms > 0; --terms) {
-        const double w = (K - j) * (n - j) / (i * (i - low));
-        j -= 1.0;
-        i -= 1.0;
-        r = (r + 1.0) * w;
-    }
-    return r;
+    return summed_upper_ratio(
+        x, [=](double t, double j, double i) { return t * (K - j) * (n - j) / (i * (i - low)); },
+        [=](double j, double i) { return (K - j) * (n - j) / (i * (i - low)); });
 }
 
-// sum over k < x of the products of P(X = i - 1) / P(X = i) = i (i - low) / ((K - i + 1) (n - i + 1)) from
-// i = x down to k + 1.
 double hypergeometric_distribution::lower_ratio_summed(double x) const {
     const double K = log_mass_.K, n = log_mass_.n, low = log_mass_.low;
-    double i = std::trunc(x);
-    double t = 1.0;
-    std::int64_t terms = 0;
-    do {
-        const double f = i;
-        i -= 1.0;
-        t = t * f * (f - low) / ((K - f + 1.0) * (n - f + 1.0));
-        ++terms;
-    } while (t >= last_term && t <= largest_double);
-    if (t > largest_double) return plus_infinity;
-
-    double r = 0.0;
-    for (double j = i + 1.0; x >= j && terms > 0; --terms) {
-        const double w = j * (j - low) / ((K - j + 1.0) * (n - j + 1.0));
-        j += 1.0;
-        r = (r + 1.0) * w;
-    }
-    return r;
+    return summed_lower_ratio(
+        x, [=](double t, double i) { return t * i * (i - low) / ((K - i + 1.0) * (n - i + 1.0)); },
+        [=](double i) { return i * (i - low) / ((K - i + 1.0) * (n - i + 1.0)); });
 }
 
 double hypergeometric_log_pmf(double x, double N, double K, double n) {

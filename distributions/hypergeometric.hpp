@@ -34,10 +34,7 @@ struct hypergeometric_normal_ratio {
     double lower(double x) const;
 
 private:
-    struct expansion {
-        double z, head, b1, b2, b3;  // as in binomial_normal_ratio
-    };
-    expansion expand(double x) const;
+    lattice_expansion expand(double x, double side) const;
 };
 
 // One (N, K, n), many x. The plain functions below build one and ask it once, so both give the same bits.

@@ -6,7 +6,6 @@
 #include "distributions/poisson.hpp"
 
 #include <cmath>
-#include <cstdint>
 
 #include "kernels/log_gamma.hpp"
 #include "quantiles/root_search.hpp"
@@ -27,13 +26,7 @@ poisson_distribution::poisson_distribution(double mean) : mean_(mean), sd_(std::
 discrete_tails poisson_distribution::tails(double x) const {
     if (x < 0.0) return all_above;
     if (mean_ <= small_mean && x >= small_mean_end) return all_below;
-    const double mass = std::exp(log_poisson_pmf(x, mean_));
-    if (x > mean_ - 1.0) {
-        const double upper_tail = upper_ratio(x) * mass;
-        return {x == 0.0 ? 0.0 : 1.0 - upper_tail - mass, upper_tail, mass};
-    }
-    const double lower = lower_ratio(x) * mass;
-    return {lower, 1.0 - lower - mass, mass};
+    return tails_from_ratio(*this, x, mean_ - 1.0);
 }
 
 double poisson_distribution::upper_ratio(double x) const {
@@ -44,72 +37,46 @@ double poisson_distribution::lower_ratio(double x) const {
     return mean_ > normal_form_mean ? lower_ratio_normal(x) : lower_ratio_summed(x);
 }
 
-// sum over k > x of (mean/(x+1)) ... (mean/k).
-//
-// Indices are doubles: exact to 2^53, and no x is too large for one. The count ends the way back also where
-// j - 1 would no longer differ from j.
+// P(X = i) / P(X = i - 1) = mean / i.
 double poisson_distribution::upper_ratio_summed(double x) const {
-    double i = std::trunc(x);
-    double t = 1.0;
-    std::int64_t terms = 0;
-    do {
-        i += 1.0;
-        t = t * mean_ / i;
-        ++terms;
-    } while (t >= last_term && t <= largest_double);
-    if (t > largest_double) return plus_infinity;
-
-    double r = 0.0;
-    for (double j = i - 1.0; j >= x && terms > 0; j -= 1.0, --terms) {
-        const double w = mean_ / i;
-        i -= 1.0;
-        r = (r + 1.0) * w;
-    }
-    return r;
+    const double mean = mean_;
+    return summed_upper_ratio(
+        x, [=](double t, double, double i) { return t * mean / i; },
+        [=](double, double i) { return mean / i; });
 }
 
-// sum over k < x of (x/mean) ((x-1)/mean) ... ((k+1)/mean).
 double poisson_distribution::lower_ratio_summed(double x) const {
-    double i = std::trunc(x);
-    double t = 1.0;
-    std::int64_t terms = 0;
-    do {
-        t = t * i / mean_;
-        i -= 1.0;
-        ++terms;
-    } while (t >= last_term && t <= largest_double);
-    if (t > largest_double) return plus_infinity;
-
-    double r = 0.0;
-    for (double j = i + 1.0; x >= j && terms > 0; j += 1.0, --terms) {
-        const double w = j / mean_;
-        r = (r + 1.0) * w;
-    }
-    return r;
+    const double mean = mean_;
+    return summed_lower_ratio(
+        x, [=](double t, double i) { return t * i / mean; }, [=](double i) { return i / mean; });
 }
 
-poisson_distribution::expansion poisson_distribution::expand(double x) const {
+double poisson_distribution::log_pmf(double x) const { return log_poisson_pmf(x, mean_); }
+
+// All but b1, which differs by more than a side here.
+lattice_expansion poisson_distribution::expand(double x, double h) const {
     const double z = (x - mean_) / sd_;
     const double Z = z * z;
-    const double h = 0.5 / sd_;
     const double a1 = -(Z - 3.0) * z / 3.0;
     const double a2 = ((Z * Z - 9.0) * Z + 6.0) / 18.0;
     const double a3 = -((((45.0 + 5.0 * Z) * Z - 81.0) * Z - 315.0) * Z + 270.0) * z / 810.0;
     const double b2 = -((Z - 1.0) * Z - 6.0) * z / 18.0;
     const double b3 = ((((5.0 * Z + 40.0) * Z - 111.0) * Z - 174.0) * Z + 192.0) / 810.0;
-    return {z, h, ((a3 * h + a2) * h + a1) * h + 1.0, b2, b3};
+    return {z, ((a3 * h + a2) * h + a1) * h + 1.0, 0.0, b2, b3};
 }
 
 double poisson_distribution::upper_ratio_normal(double x) const {
-    const auto [z, h, head, b2, b3] = expand(x);
-    const double b1 = (z * z - 4.0) / 3.0;
-    return sd_ * (lattice_mills_ratio(z) * head + ((b3 * h + b2) * h + b1) * h);
+    const double h = 0.5 / sd_;
+    lattice_expansion expansion = expand(x, h);
+    expansion.b1 = (expansion.z * expansion.z - 4.0) / 3.0;
+    return expansion.upper(sd_, h);
 }
 
 double poisson_distribution::lower_ratio_normal(double x) const {
-    const auto [z, h, head, b2, b3] = expand(x);
-    const double b1 = (2.0 + z * z) / 3.0;
-    return sd_ * (lattice_mills_ratio(-z) * head - ((b3 * h + b2) * h + b1) * h);
+    const double h = 0.5 / sd_;
+    lattice_expansion expansion = expand(x, h);
+    expansion.b1 = (2.0 + expansion.z * expansion.z) / 3.0;
+    return expansion.lower(sd_, h);
 }
 
 discrete_tails poisson_tails(double x, double mean) { return poisson_distribution(mean).tails(x); }

@@ -13,16 +13,13 @@ class poisson_distribution {
 public:
     explicit poisson_distribution(double mean);
 
+    double log_pmf(double x) const;
     discrete_tails tails(double x) const;
     double upper_ratio(double x) const;  // P(X > x) / P(X = x)
     double lower_ratio(double x) const;  // P(X < x) / P(X = x)
 
 private:
-    struct expansion {
-        double z, h, head;  // head: the polynomial that multiplies the Mills ratio
-        double b2, b3;
-    };
-    expansion expand(double x) const;
+    lattice_expansion expand(double x, double h) const;
     double upper_ratio_summed(double x) const;
     double lower_ratio_summed(double x) const;
     double upper_ratio_normal(double x) const;
