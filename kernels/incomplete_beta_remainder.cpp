@@ -3,11 +3,12 @@
 //
 // Source: the continued fraction is the even-odd form for 1 - I_x with 0 <= a < 1 (the beta analogue of
 //         Legendre's fraction); for b x < 1 the tail is Gamma(a)'s departure from its pole plus the power
-//         series of x^a (1 - x)^(b - 1); the polygammas are Abramowitz & Stegun 6.3.18, 6.4.12 and 6.4.13.
+//         series of x^a (1 - x)^(b - 1).
 #include <cmath>
 
 #include "frame/nan.hpp"
 #include "kernels/incomplete_beta.hpp"
+#include "kernels/polygamma.hpp"
 
 namespace dru::impl {
 
@@ -21,59 +22,6 @@ constexpr double shift_expansion_b = 100.0;
 
 // Below this a the ratio of gammas is expanded in a.
 constexpr double shift_expansion_a = 0.001;
-
-// psi, psi' and psi'' at z > 1: shifted up to 10, then the asymptotic series in Bernoulli numbers.
-struct polygammas {
-    double digamma, trigamma, tetragamma;
-};
-
-polygammas polygammas_at(double z) {
-    double y = z;
-    double t0 = 0.0, t1 = 0.0, t2 = 0.0;
-    while (y < 10.0) {
-        t0 += 1.0 / y;
-        t1 += 1.0 / (y * y);
-        t2 += 2.0 / (y * y * y);
-        y += 1.0;
-    }
-    const double w = 1.0 / (y * y);
-    polygammas result;
-    // 7/6 x 15, 691/210, 5/6, 3/10, 1/6, 1/6, 1/2
-    result.tetragamma =
-        -1.0 / (y * y) - 1.0 / (y * y * y) -
-        ((((((17.5 * w - 3.2904761904761903) * w + 0.8333333333333334) * w - 0.3) * w + 0.16666666666666666) *
-              w -
-          0.16666666666666666) *
-             w +
-         0.5) *
-            w * w -
-        t2;
-    // 7/6, 691/2730, 5/66, 1/30, 1/42, 1/30, 1/6: the Bernoulli numbers
-    result.trigamma = 1.0 / y + 0.5 / (y * y) +
-                      ((((((1.1666666666666667 * w - 0.2531135531135531) * w + 0.07575757575757576) * w -
-                          0.03333333333333333) *
-                             w +
-                         0.023809523809523808) *
-                            w -
-                        0.03333333333333333) *
-                           w +
-                       0.16666666666666666) *
-                          w / y +
-                      t1;
-    // 1/12, 691/32760, 1/132, 1/240, 1/252, 1/120, 1/12
-    result.digamma = std::log(y) - 0.5 / y -
-                     ((((((0.08333333333333334 * w - 0.02109279609279609) * w + 0.007575757575757576) * w -
-                         0.004166666666666667) *
-                            w +
-                        0.003968253968253968) *
-                           w -
-                       0.008333333333333333) *
-                          w +
-                      0.08333333333333333) *
-                         w -
-                     t0;
-    return result;
-}
 
 // Forward recurrence, neither rescaled nor capped. Numerators and denominators never shrink, so one that has
 // overflowed ends the recurrence: the last convergent of finite parts is the answer.
@@ -116,9 +64,9 @@ double gamma_shift_ratio(double a, double b) {
     if (a >= shift_expansion_a) {
         return (std::pow(b, a) * gamma_stirling(b) / gamma_stirling(a + b) - 1.0) * gamma_stirling(a);
     }
-    const polygammas d = polygammas_at(1.0 + b);
-    const double v =
-        log1p_small(a / b) - ((d.tetragamma * a / 6.0 + 0.5 * d.trigamma) * a + d.digamma - std::log(b)) * a;
+    const double z = 1.0 + b;
+    const double v = log1p_small(a / b) -
+                     ((tetragamma(z) * a / 6.0 + 0.5 * trigamma(z)) * a + digamma(z) - std::log(b)) * a;
     return expm1_ratio(v) * v * gamma_stirling(a);
 }
 

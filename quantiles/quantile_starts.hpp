@@ -1,5 +1,4 @@
-// quantiles/quantile_starts.hpp: where the beta and gamma quantile searches start when a shape is small, and
-// the derivatives of ln Gamma that those starts need.
+// quantiles/quantile_starts.hpp: where the beta and gamma quantile searches start when a shape is small.
 //
 // The start is the first term of the lower tail's series at 0, solved for x. For a beta variate
 //
@@ -12,11 +11,6 @@ namespace dru::impl {
 
 // ln Gamma(1 + a) / a for a >= 0; -0.577... at 0.
 double log_gamma1p_over(double a);
-
-// psi, psi' and psi'' at u > 0.
-double digamma(double u);
-double trigamma(double u);
-double tetragamma(double u);
 
 // The start for min(a, b) < 1 of a beta quantile search, one pair of shapes and many p; 0 <= start <= 1/2.
 //

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "kernels/log_gamma.hpp"
+#include "kernels/polygamma.hpp"
 #include "support/bits.hpp"
 #include "support/quantile_bits.hpp"
 #include "support/reference_table.hpp"
