@@ -1,5 +1,6 @@
 #include "distributions/t_density.hpp"
 
+#include <array>
 #include <cmath>
 
 #include "frame/nan.hpp"
@@ -16,6 +17,9 @@ constexpr double count_tolerance = 1e-14;
 
 // What a prepared series keeps: more terms than any noncentrality up to about 60 asks for.
 constexpr double most_prepared_terms = 4096.0;
+// Ratios that a point keeps in each direction: all of them up to a noncentrality of about 60.
+constexpr std::size_t kept_ratios = 512;
+constexpr double most_kept = kept_ratios;
 // A point sums at least this many terms, so a table this many times as long as the points pays.
 constexpr double terms_per_point = 32.0;
 
@@ -41,9 +45,10 @@ t_series_density::t_series_density(double df, double nc)
       half_ratio_(gamma_half_ratio(df / 2.0)),
       prefix_(1.0 / gamma_stirling(df / 2.0) / root_pi_df_) {}
 
-double t_series_density::ratio(const std::vector<double>& prepared, double index, double twice_m) {
+double t_series_density::ratio(const std::vector<double>& prepared, double index, double twice_m,
+                               half_step_gammas& gammas) {
     if (index < static_cast<double>(prepared.size())) return prepared[static_cast<std::size_t>(index)];
-    return gamma_half_ratio(twice_m / 2.0);
+    return gammas.half_ratio(twice_m / 2.0);
 }
 
 double t_series_density::peak_index(double c) const {
@@ -58,9 +63,10 @@ void t_series_density::prepare(std::uint64_t points) {
     const double worth = terms_per_point * static_cast<double>(points);
     if (worth < terms) terms = worth;
     std::vector<double> ups, downs;
+    half_step_gammas for_ups, for_downs;
     for (double j = 0.0; j < terms; j += 1.0) {
-        ups.push_back(up(j));
-        downs.push_back(down(j));
+        ups.push_back(up(j, for_ups));
+        downs.push_back(down(j, for_downs));
     }
     up_ = ups;
     down_ = downs;
@@ -90,27 +96,39 @@ double t_series_density::operator()(double x) const {
     const double T = peak_term(k, c, S);
     if (T == 0.0) return 0.0;
 
-    // Counted first, then summed from the smallest term; the ratios of neighbouring terms are not stored.
+    // Counted first, then summed from the smallest term, with the ratios of the terms about the peak kept.
+    std::array<double, kept_ratios> kept;
+    half_step_gammas gammas;
     double v = 1.0;
     double j = k;
     for (;; j += 1.0) {
-        v = v * up(j) * c / (j + 1.0);
+        const double ratio = up(j, gammas);
+        if (j - k < most_kept) kept[static_cast<std::size_t>(j - k)] = ratio;
+        v = v * ratio * c / (j + 1.0);
         if (!is_finite(v)) return sign_set_nan;
         if (v < count_tolerance) break;
     }
     double s = 0.0;
-    for (j -= 1.0; j >= k; j -= 1.0) s = (s + 1.0) * up(j) * c / (j + 1.0);
+    for (j -= 1.0; j >= k; j -= 1.0) {
+        const double ratio = j - k < most_kept ? kept[static_cast<std::size_t>(j - k)] : up(j, gammas);
+        s = (s + 1.0) * ratio * c / (j + 1.0);
+    }
 
     // At index 0 the factor is 0, or 0/0 with c = 0: the count ends there either way.
     v = 1.0;
     double i = k;
     for (; i > 0.0; i -= 1.0) {
-        v = v * i / c / down(i);
+        const double ratio = down(i, gammas);
+        if (k - i < most_kept) kept[static_cast<std::size_t>(k - i)] = ratio;
+        v = v * i / c / ratio;
         if (!is_finite(v)) return sign_set_nan;
         if (v < count_tolerance) break;
     }
     double w = 0.0;
-    for (i += 1.0; i <= k; i += 1.0) w = (w + 1.0) * i / c / down(i);
+    for (i += 1.0; i <= k; i += 1.0) {
+        const double ratio = k - i < most_kept ? kept[static_cast<std::size_t>(k - i)] : down(i, gammas);
+        w = (w + 1.0) * i / c / ratio;
+    }
     return T * (1.0 + s + w);
 }
 

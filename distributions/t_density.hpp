@@ -46,9 +46,10 @@ private:
     double peak_term(double k, double c, double S) const;
 
     // Ratios of gamma values between neighbouring terms, upward from index j and downward from index i.
-    double up(double j) const { return ratio(up_, j, df_ + j + 1.0); }
-    double down(double i) const { return ratio(down_, i, df_ + i); }
-    static double ratio(const std::vector<double>& prepared, double index, double twice_m);
+    double up(double j, half_step_gammas& gammas) const { return ratio(up_, j, df_ + j + 1.0, gammas); }
+    double down(double i, half_step_gammas& gammas) const { return ratio(down_, i, df_ + i, gammas); }
+    static double ratio(const std::vector<double>& prepared, double index, double twice_m,
+                        half_step_gammas& gammas);
 
     double df_, nc_;
     double root_pi_df_;

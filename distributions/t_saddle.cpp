@@ -15,8 +15,24 @@ constexpr double raised_h = 25.0;                                  // half of sa
 
 }  // namespace
 
+namespace {
+
+double half_ratio_polynomial(double m) { return ((0.0048828125 / m + 0.0078125) / m - 0.125) / m + 1.0; }
+
+}  // namespace
+
+void asymptotic_half_ratios(double* m, std::size_t n) {
+    constexpr std::size_t block = 64;
+    std::array<double, block> polynomial;  // apart from the roots, so that it takes registers of several
+    for (std::size_t from = 0; from < n; from += block) {
+        const std::size_t count = n - from < block ? n - from : block;
+        for (std::size_t i = 0; i < count; ++i) polynomial[i] = half_ratio_polynomial(m[from + i]);
+        for (std::size_t i = 0; i < count; ++i) m[from + i] = std::sqrt(m[from + i]) * polynomial[i];
+    }
+}
+
 double gamma_half_ratio(double m) {
-    if (m > 167.0) return std::sqrt(m) * (((0.0048828125 / m + 0.0078125) / m - 0.125) / m + 1.0);
+    if (m > half_ratio_limit) return std::sqrt(m) * half_ratio_polynomial(m);
     return gamma_stirling(m + 0.5) / gamma_stirling(m);
 }
 
@@ -94,15 +110,16 @@ t_half_step_density::t_half_step_density(double df, double nc)
       H_(h_ + std::ceil(raised_h - h_)),
       above_(2.0 * H_ + 1.0, nc),
       at_H_(2.0 * H_, nc) {
+    half_step_gammas gammas;
     double H = H_;
     for (int n = 1; n < steps_; ++n) {
         H -= 0.5;
-        gamma_half_[static_cast<std::size_t>(n)] = gamma_stirling(H + 0.5);
-        gamma_one_[static_cast<std::size_t>(n)] = gamma_stirling(H + 1.0);
+        gamma_one_[static_cast<std::size_t>(n)] = gammas.gamma(H + 1.0);
+        gamma_half_[static_cast<std::size_t>(n)] = gammas.gamma(H + 0.5);
     }
     // The last step is taken at h itself, not where the half steps arrive.
-    gamma_half_[0] = gamma_stirling(h_ + 0.5);
-    gamma_one_[0] = gamma_stirling(h_ + 1.0);
+    gamma_one_[0] = gammas.gamma(h_ + 1.0);
+    gamma_half_[0] = gammas.gamma(h_ + 0.5);
 }
 
 // One step of the recurrence on y(H) = sqrt(H) times the density at sqrt(H) u with 2 H degrees of freedom.

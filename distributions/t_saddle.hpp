@@ -12,13 +12,47 @@
 #include <array>
 #include <cstddef>
 
+#include "kernels/log_gamma.hpp"
+
 namespace dru::impl {
 
 inline constexpr double saddle_df = 50.0;               // the saddle-point form serves from here
 inline constexpr double negative_density_cut = 21.417;  // for x < 0 the density is 0 above this noncentrality
 
-// Gamma(m + 0.5) / Gamma(m); asymptotic above 167, where the gamma values would overflow.
+// From here Gamma(m + 0.5) / Gamma(m) is asymptotic: the gamma values would overflow.
+inline constexpr double half_ratio_limit = 167.0;
+
+// Gamma(m + 0.5) / Gamma(m)
 double gamma_half_ratio(double m);
+
+// The same in place of each of n arguments above that limit.
+void asymptotic_half_ratios(double* m, std::size_t n);
+
+// gamma_half_ratio and gamma_stirling at arguments that move by halves: the values that an answer rests on
+// are kept, since the next one mostly asks for one of them again.
+//
+// Exact: a value is kept with its argument, and serves that very double alone.
+class half_step_gammas {
+public:
+    double gamma(double z) {
+        for (std::size_t i = 0; i < kept; ++i) {
+            if (z == at_[i]) return value_[i];
+        }
+        last_ = last_ + 1 < kept ? last_ + 1 : 0;
+        at_[last_] = z;
+        return value_[last_] = gamma_stirling(z);
+    }
+    double half_ratio(double m) {
+        if (m > half_ratio_limit) return gamma_half_ratio(m);
+        const double numerator = gamma(m + 0.5);
+        return numerator / gamma(m);
+    }
+
+private:
+    static constexpr std::size_t kept = 3;  // one more than an answer rests on
+    double at_[kept] = {-1.0, -1.0, -1.0}, value_[kept];
+    std::size_t last_ = 0;
+};
 
 struct t_saddle {
     double density;

@@ -1,5 +1,6 @@
 #include "quantiles/noncentral_t_negative.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 #include "frame/nan.hpp"
@@ -83,11 +84,18 @@ tail_pair t_nc_negative_tails::operator()(double x) const {
 t_half_step_tail::t_half_step_tail(double h, double m, double ncp)
     : ncp_(ncp), H_(m + h), tail_at_H_(2.0 * H_, ncp), at_H_(2.0 * H_, ncp), above_(2.0 * H_ + 1.0, ncp) {
     const int steps = 2 * static_cast<int>(m);
+    if (steps <= 0) return;
+    half_ratios_.resize(static_cast<std::size_t>(steps));
     double G = H_;
-    for (int i = 1; i <= steps; ++i) {
+    for (double& J : half_ratios_) {
         G = G - 0.5;
-        half_ratios_.push_back(gamma_half_ratio(G + 1.0));
+        J = G + 1.0;
     }
+    const auto small = std::partition_point(half_ratios_.begin(), half_ratios_.end(),
+                                            [](double J) { return J > half_ratio_limit; });
+    asymptotic_half_ratios(half_ratios_.data(), static_cast<std::size_t>(small - half_ratios_.begin()));
+    half_step_gammas gammas;
+    for (auto J = small; J != half_ratios_.end(); ++J) *J = gammas.half_ratio(*J);
 }
 
 double t_half_step_tail::operator()(double c) const {
