@@ -5,6 +5,7 @@
 #include "frame/nan.hpp"
 #include "kernels/log_gamma.hpp"
 #include "quantiles/beta_quantile.hpp"
+#include "quantiles/look_ahead.hpp"
 #include "quantiles/root_search.hpp"
 
 namespace dru::impl {
@@ -248,6 +249,17 @@ struct beta_nc_residual {
         const tail_pair mirrored = mixture.right(1.0 - x);
         return (upper ? mirrored.lower : mirrored.upper) - p;
     }
+
+    // At four points inside the support, all of them on one side of 1/2.
+    lane_array operator()(const lane_array& x) const {
+        lane_array residuals, mirrored;
+        for (std::size_t l = 0; l < lane_count; ++l) mirrored[l] = 1.0 - x[l];
+        const bool left = x[0] < 0.5;
+        const auto tails = left ? mixture.left(x) : mixture.right(mirrored);
+        for (std::size_t l = 0; l < lane_count; ++l)
+            residuals[l] = (upper == left ? tails[l].upper : tails[l].lower) - p;
+        return residuals;
+    }
 };
 
 }  // namespace
@@ -261,7 +273,17 @@ double beta_nc_mixture::quantile(double p, unsigned char upper) const {
     if (!defined()) return sign_set_nan;
     prepare();
     unsigned char failed = 0;
-    const double root = solve_bracketed(0.0, flo, 1.0, fhi, beta_nc_residual{*this, p, is_upper}, failed);
+    const beta_nc_residual residual{*this, p, is_upper};
+    double root;
+    if (weights_.last() - weights_.first() >= worth_looking_ahead) {
+        look_ahead f(residual, residual,
+                     [](double y, double x) { return y > 0.0 && y < 1.0 && (y < 0.5) == (x < 0.5); });
+        f.expect_bisection(0.0, flo, 1.0);
+        root = solve_bracketed(
+            0.0, flo, 1.0, fhi, [&f](double x) { return f(x); }, failed);
+    } else {
+        root = solve_bracketed(0.0, flo, 1.0, fhi, residual, failed);
+    }
     return is_nan(root) ? sign_set_nan : root;
 }
 

@@ -13,8 +13,11 @@
 //         peak term underflows; the other tail is then 1. From an ncp of about 1e10 on that is the rule.
 #pragma once
 
+#include <array>
+
 #include "kernels/incomplete_beta.hpp"
 #include "kernels/tail_pair.hpp"
+#include "quantiles/lanes.hpp"
 #include "quantiles/noncentral_sums.hpp"
 #include "quantiles/prepared_once.hpp"
 
@@ -35,6 +38,10 @@ public:
     // The same in reflected coordinates, y = 1 - x, p = b, q = a: the lower member is `first` = sum of
     // w_j I_y(p, q + j), the upper member `second` = 1 - first.
     tail_pair right(double y) const;
+
+    // The same at four points; noncentral_beta_lanes.cpp.
+    std::array<tail_pair, lane_count> left(const lane_array& x) const;
+    std::array<tail_pair, lane_count> right(const lane_array& y) const;
 
     // The quantile for 0 <= p <= 1 and an ncp other than 0, by bisection on (0, 1).
     double quantile(double p, unsigned char upper) const;

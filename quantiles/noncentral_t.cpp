@@ -6,7 +6,6 @@
 #include "frame/nan.hpp"
 #include "kernels/log_gamma.hpp"
 #include "kernels/normal.hpp"
-#include "quantiles/root_search.hpp"
 
 namespace dru::impl {
 
@@ -224,22 +223,6 @@ double t_nc_distribution::tail(double x, unsigned char upper) const {
     return upper != 0 ? both.upper : both.lower;
 }
 
-// By bisection in a bracket that doubles away from the normal quantile.
-//
-// Oddity: target minus tail in the upper form, the reverse of every other residual; both forms rise with x.
-double t_nc_distribution::quantile(double p, unsigned char upper) const {
-    const auto f = [&](double x) { return upper != 0 ? p - tail(x, 1) : tail(x, 0) - p; };
-    const double sd = df_ > 2.0 ? std::sqrt(df_ / (df_ - 2.0)) : 1.0;
-    double x0 = normal_quantile(p, ncp_, sd, upper);
-    double f0 = f(x0);
-    if (is_nan(f0)) return sign_set_nan;
-    double x1 = 0.0, f1 = 0.0;
-    unsigned char overflow = 0, failed = 0;
-    expand_bracket(x0, f0, x1, f1, f, overflow);
-    const double root = solve_bracketed(x0, f0, x1, f1, f, failed);
-    return is_nan(root) ? sign_set_nan : root;
-}
-
 tail_pair t_nc_tails_positive(double x, double df, double ncp) { return t_nc_distribution(df, ncp).tails(x); }
 
 double t_nc_sf(double x, double df, double ncp) {
@@ -250,12 +233,6 @@ double t_nc_sf(double x, double df, double ncp) {
 double t_nc_cdf(double x, double df, double ncp) {
     if (ncp == 0.0) return t_cdf_central(x, df, 0);
     return t_nc_distribution(df, ncp).tail(x, 0);
-}
-
-double t_nc_quantile(double p, double df, double ncp, unsigned char upper) {
-    const t_nc_distribution distribution(df, ncp);
-    distribution.prepare(true, false);
-    return distribution.quantile(p, upper);
 }
 
 }  // namespace dru::impl

@@ -13,8 +13,11 @@
 //         rounds to 0 and the tails are NaNs.
 #pragma once
 
+#include <array>
+
 #include "kernels/incomplete_beta.hpp"
 #include "kernels/tail_pair.hpp"
+#include "quantiles/lanes.hpp"
 #include "quantiles/noncentral_beta.hpp"
 #include "quantiles/noncentral_sums.hpp"
 #include "quantiles/noncentral_t_negative.hpp"
@@ -49,6 +52,10 @@ public:
     double lower_sum(const t_mixture_point& at) const;
     double upper_sum(const t_mixture_point& at) const;
 
+    // The same at four points, all of them near or all of them far; noncentral_t_lanes.cpp.
+    lane_array lower_sums(const std::array<t_mixture_point, lane_count>& at) const;
+    lane_array upper_sums(const std::array<t_mixture_point, lane_count>& at) const;
+
 private:
     double lower_start(const t_mixture_point& at) const;
     double upper_start(const t_mixture_point& at) const;
@@ -82,6 +89,9 @@ public:
     // Both tails at a finite x.
     tail_pair tails(double x) const;
 
+    // Both tails at four points strictly on the noncentrality's side of 0.
+    std::array<tail_pair, lane_count> tails(const lane_array& x) const;
+
     // P(T > x) or P(T <= x) at any x.
     double tail(double x, unsigned char upper) const;
 
@@ -90,6 +100,7 @@ public:
 
 private:
     tail_pair tails_positive(double x) const;
+    bool many_terms() const;
 
     double df_, ncp_;                // the noncentrality as given
     double magnitude_;               // and without its sign

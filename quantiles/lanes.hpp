@@ -1,0 +1,112 @@
+// quantiles/lanes.hpp: four points of a mixture side by side.
+//
+// A mixture sum is a recursion: what a processor waits for is the division before. The sums at different
+// points are independent, so four of them take little longer than one. No lane meets another, and each makes
+// the operations of the sum for one point, in their order: the bits are the same.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace dru::impl {
+
+inline constexpr int lane_count = 4;
+
+using lane_array = std::array<double, lane_count>;
+
+// All bits of a lane, or none.
+struct lane_bits {
+    using pair [[gnu::vector_size(16)]] = std::int64_t;
+    pair low{}, high{};
+
+    bool operator[](int l) const { return (l < 2 ? low[l] : high[l - 2]) != 0; }
+    void set(int l, bool value) { (l < 2 ? low : high)[l & 1] = value ? -1 : 0; }
+};
+[[gnu::always_inline]] inline lane_bits operator&(const lane_bits& a, const lane_bits& b) {
+    return {a.low & b.low, a.high & b.high};
+}
+[[gnu::always_inline]] inline lane_bits operator|(const lane_bits& a, const lane_bits& b) {
+    return {a.low | b.low, a.high | b.high};
+}
+[[gnu::always_inline]] inline lane_bits operator~(const lane_bits& a) { return {~a.low, ~a.high}; }
+[[gnu::always_inline]] inline bool any_lane(const lane_bits& bits) {
+    const lane_bits::pair either = bits.low | bits.high;
+#if defined(__SSE2__)
+    using doubles [[gnu::vector_size(16)]] = double;
+    return __builtin_ia32_movmskpd(reinterpret_cast<doubles>(either)) != 0;
+#else
+    return (either[0] | either[1]) != 0;
+#endif
+}
+
+// In pairs, the registers of every processor of the kind; wider ones divide no faster.
+struct lane_values {
+    using pair [[gnu::vector_size(16)]] = double;
+    pair low{}, high{};
+
+    lane_values() = default;
+    lane_values(double all) : low{all, all}, high{all, all} {}
+    lane_values(const pair& l, const pair& h) : low(l), high(h) {}
+
+    double operator[](int l) const { return l < 2 ? low[l] : high[l - 2]; }
+    void set(int l, double value) { (l < 2 ? low : high)[l & 1] = value; }
+};
+#define ZOLV_LANE_OPERATION(op)                                                                         \
+    [[gnu::always_inline]] inline lane_values operator op(const lane_values& a, const lane_values& b) { \
+        return {a.low op b.low, a.high op b.high};                                                      \
+    }
+#define ZOLV_LANE_COMPARISON(op)                                                                      \
+    [[gnu::always_inline]] inline lane_bits operator op(const lane_values& a, const lane_values& b) { \
+        return {a.low op b.low, a.high op b.high};                                                    \
+    }
+ZOLV_LANE_OPERATION(+)
+ZOLV_LANE_OPERATION(-)
+ZOLV_LANE_OPERATION(*)
+ZOLV_LANE_OPERATION(/)
+ZOLV_LANE_COMPARISON(<)
+ZOLV_LANE_COMPARISON(>)
+ZOLV_LANE_COMPARISON(==)
+#undef ZOLV_LANE_OPERATION
+#undef ZOLV_LANE_COMPARISON
+
+// Which lanes are asked for; the others hold copies of points that are, and their sums mean nothing.
+using lane_choice = std::array<bool, lane_count>;
+
+inline bool any_chosen(const lane_choice& chosen) { return chosen[0] || chosen[1] || chosen[2] || chosen[3]; }
+
+// `points` with the first chosen one in place of those not chosen: they cost nothing then.
+template <class Points>
+Points chosen_only(const Points& points, const lane_choice& chosen) {
+    std::size_t first = 0;
+    while (!chosen[first]) ++first;
+    Points result = points;
+    for (std::size_t l = 0; l < lane_count; ++l) {
+        if (!chosen[l]) result[l] = points[first];
+    }
+    return result;
+}
+
+// The sums of four lanes while they are being settled.
+class lane_outcomes {
+public:
+    const lane_bits& open() const { return open_; }
+    bool is_open(int l) const { return open_[l]; }
+    bool any_open() const { return any_lane(open_); }
+
+    void settle(int l, double sum) {
+        sum_[static_cast<std::size_t>(l)] = sum;
+        open_.set(l, false);
+    }
+    void settle_open(double sum) {
+        for (int l = 0; l < lane_count; ++l) {
+            if (is_open(l)) settle(l, sum);
+        }
+    }
+    const lane_array& sums() const { return sum_; }
+
+private:
+    lane_bits open_ = ~lane_bits{};
+    lane_array sum_{};
+};
+
+}  // namespace dru::impl

@@ -1,0 +1,114 @@
+// Mixture sums at four points in step against the same sums one by one, by their bits: random parameters,
+// points about the distribution, in its tails and at the ends of its support, ceilings and NaNs.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <random>
+
+#include "quantiles/noncentral_beta.hpp"
+#include "quantiles/noncentral_t.hpp"
+#include "support/bits.hpp"
+
+using namespace dru::impl;
+using namespace zolv_test;
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool sanitized = true;
+#elif defined(__has_feature)
+constexpr bool sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool sanitized = false;
+#endif
+constexpr int rounds = sanitized ? 300 : 6000;
+
+class Random {
+public:
+    explicit Random(unsigned seed) : engine_(seed) {}
+    double between(double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(engine_); }
+    double power(double lo, double hi) { return std::pow(10.0, between(lo, hi)); }
+    bool chance(int one_in) { return std::uniform_int_distribution<int>(1, one_in)(engine_) == 1; }
+
+private:
+    std::mt19937_64 engine_;
+};
+
+bool same(const tail_pair& a, const tail_pair& b) {
+    return std::bit_cast<std::uint64_t>(a.lower) == std::bit_cast<std::uint64_t>(b.lower) &&
+           std::bit_cast<std::uint64_t>(a.upper) == std::bit_cast<std::uint64_t>(b.upper);
+}
+
+TEST(MixtureLanes, BetaTailsAreThoseOfEachPoint) {
+    Random random(11);
+    for (int n = 0; n < rounds; ++n) {
+        const double a = random.power(-3.0, 4.0), b = random.power(-3.0, 4.0);
+        const double ncp = random.chance(200) ? random.power(5.0, 13.0) : random.power(-6.0, 3.0);
+        const double centre = (a + ncp) / (a + b + ncp);
+        const bool together = random.chance(2);
+        lane_array x, y;
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            double at = together ? centre * random.between(0.97, 1.03) : random.between(0.0, 1.0);
+            if (random.chance(40)) at = 0.0;
+            if (random.chance(20)) at = random.power(-320.0, -1.0);
+            x[l] = at < 0.9 ? at : 0.9;  // nearer to 1 the mirrored coordinate is the one to ask in
+            y[l] = 1.0 - at < 0.9 ? 1.0 - at : 0.9;
+        }
+        const poisson_start_indices weights(ncp);
+        const beta_nc_mixture mixture(a, b, weights);
+        const auto left = mixture.left(x), right = mixture.right(y);
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            ASSERT_TRUE(same(left[l], mixture.left(x[l]))) << x[l] << " " << a << " " << b << " " << ncp;
+            ASSERT_TRUE(same(right[l], mixture.right(y[l]))) << y[l] << " " << a << " " << b << " " << ncp;
+        }
+    }
+}
+
+TEST(MixtureLanes, TTailsAreThoseOfEachPoint) {
+    Random random(12);
+    for (int n = 0; n < rounds; ++n) {
+        const double df = random.chance(20) ? random.power(-300.0, -3.0) : random.power(-3.0, 5.0);
+        double ncp = random.chance(400) ? random.power(4.5, 9.0) : random.power(-3.0, 2.0);
+        const bool mirror = random.chance(2);
+        const bool together = random.chance(2);
+        lane_array x;
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            x[l] = together ? ncp * random.between(0.9, 1.3) : ncp * random.power(-2.0, 2.0);
+            if (random.chance(40)) x[l] = random.power(-300.0, 300.0);
+            if (mirror) x[l] = -x[l];
+        }
+        if (mirror) ncp = -ncp;
+        const t_nc_distribution distribution(df, ncp);
+        const auto tails = distribution.tails(x);
+        for (std::size_t l = 0; l < lane_count; ++l)
+            ASSERT_TRUE(same(tails[l], distribution.tails(x[l]))) << x[l] << " " << df << " " << ncp;
+    }
+}
+
+// Passes that end at their ceiling, by one that begins beyond the peak and by one that never meets its stop.
+TEST(MixtureLanes, CeilingsAndUndefinedSums) {
+    for (const double ncp : {1.2e5, 1e7, 1e9, 1e200}) {
+        for (const double df : {1e-5, 3.0}) {
+            if (sanitized && ncp < 1e6) continue;
+            const t_nc_distribution distribution(df, ncp);
+            const lane_array x{ncp, ncp * 1.001, ncp * 0.5, 1e154};
+            const auto tails = distribution.tails(x);
+            for (std::size_t l = 0; l < lane_count; ++l)
+                EXPECT_TRUE(same(tails[l], distribution.tails(x[l]))) << x[l] << " " << df << " " << ncp;
+        }
+    }
+    for (const double ncp : {0.0, -1.0, 1e10, 1e12, 1e33, double{missing_value}}) {
+        const poisson_start_indices weights(ncp);
+        const beta_nc_mixture mixture(2.0, 3.0, weights);
+        const lane_array x{0.1, 0.5, 0.9, 1e-9};
+        const auto left = mixture.left(x), right = mixture.right(x);
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            EXPECT_TRUE(same(left[l], mixture.left(x[l]))) << x[l] << " " << ncp;
+            EXPECT_TRUE(same(right[l], mixture.right(x[l]))) << x[l] << " " << ncp;
+        }
+    }
+}
+
+}  // namespace
