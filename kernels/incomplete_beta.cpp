@@ -153,15 +153,20 @@ beta_tail_kernel::beta_tail_kernel(double a, double b) : beta_tail_kernel(a, b, 
 }
 
 // Oddity: x at the split point itself belongs to the lower tail, the reverse of the gamma kernels.
+//
+// Shapes so large that their variance underflows leave a NaN, with a sign that is each compiler's own.
 tail_pair beta_tail_kernel::operator()(double x) const {
+    constexpr tail_pair undefined = {sign_set_nan, sign_set_nan};
     if (x == 0.0) return {0.0, 1.0};
     const double L = log_density_(x);
     const bool underflow = !(L >= log_dbl_min);
     if (x <= split_point_) {
         const double lower = underflow ? 0.0 : ratio_.lower(x) * std::exp(L);
+        if (is_nan(lower)) return undefined;
         return {lower, 1.0 - lower};
     }
     const double upper = underflow ? 0.0 : ratio_.upper(x) * std::exp(L);
+    if (is_nan(upper)) return undefined;
     return {1.0 - upper, upper};
 }
 
