@@ -107,7 +107,7 @@ std::vector<double> ordinary(const distribution_export& of, int calls, longest& 
     for (int call = 0; call < calls; ++call) {
         double a[zolv_test::most_arguments] = {};
         for (int i = 1; i < of.arguments; ++i) a[i] = parameter();
-        if (of.counted) {
+        if (zolv_test::is_binomial(of)) {
             a[1] = std::ceil(a[1]);
             a[2] = unit(random);
         }
@@ -121,7 +121,7 @@ std::vector<double> ordinary(const distribution_export& of, int calls, longest& 
             a[0] = unit(random);
         } else if (name.starts_with("Beta")) {
             a[0] = unit(random);
-        } else if (of.counted) {
+        } else if (zolv_test::is_binomial(of)) {
             a[0] = std::floor(a[1] * unit(random));
         } else if (family_t || name[0] == 'N') {
             a[0] = (call % 3 == 0 ? -1.0 : 1.0) * parameter();
