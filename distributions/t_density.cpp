@@ -220,7 +220,7 @@ void t_density::prepare(const double* x, std::uint64_t n) {
             t_series_density series(df_, magnitude_);
             series.prepare(above);
             return series;
-        });
+        });  // GCOVR_EXCL_LINE: holds nothing but the way out of an exception
     } else {
         positive(1.0);
     }

@@ -258,7 +258,7 @@ const LaneKernels& FastestLaneKernels() {
 #if defined(__x86_64__)
     if (__builtin_cpu_supports("avx2")) return wide_kernels;
 #endif
-    return narrow_kernels;
+    return narrow_kernels;  // GCOVR_EXCL_LINE: only a processor without AVX2 comes here
 }
 
 }  // namespace vek::time_series

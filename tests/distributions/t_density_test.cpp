@@ -144,6 +144,17 @@ TEST(TDensity, NothingOnTheOtherSideAboveTheCut) {
     }
 }
 
+// For one point as for many: below 50 degrees of freedom the half steps, from there the saddle-point form.
+TEST(TDensity, OtherSideOfASinglePoint) {
+    for (const double df : {0.3, 7.0, before(50.0), 50.0, 1e6}) {
+        for (const double nc : {0.25, 21.417}) {
+            for (const double x : {-0.01, -5.0}) {
+                EXPECT_SAME_BITS(t_nc_pdf_negative(x, df, nc), zolv_TPdf(x, df, nc)) << df;
+            }
+        }
+    }
+}
+
 // From 50 degrees of freedom the saddle-point form, whatever the noncentrality; just below the others.
 TEST(TDensity, FiftyDegreesOfFreedomChooseTheForm) {
     const double below = before(50.0);

@@ -501,6 +501,20 @@ TEST(SolveSquareSystem, LargeSystemHasASmallResidual) {
     EXPECT_LT(worst, 1e-9);  // 4e-12 measured
 }
 
+// x + (the sum of x) in every row; more columns than the provider's widest panel.
+TEST(SolveSquareSystem, WiderThanTheWidestPanel) {
+    const int64_t n = 1030;
+    vec a(n * n, 1.0), b(n);
+    double sum = 0.0;
+    for (int64_t i = 0; i < n; ++i) sum += static_cast<double>(i % 7);
+    for (int64_t i = 0; i < n; ++i) {
+        a[i * n + i] = 2.0;
+        b[i] = static_cast<double>(i % 7) + sum;
+    }
+    ASSERT_EQ(zolv_SolveSquareSystem(a.data(), b.data(), n), 0);
+    for (int64_t i = 0; i < n; ++i) ASSERT_NEAR(b[i], static_cast<double>(i % 7), 1e-9);
+}
+
 TEST(Reproducibility, ReturnsTheProvidersStatusEachTime) {
     EXPECT_EQ(zolv_SetMKLReproducibility(), 0);
     EXPECT_EQ(zolv_SetMKLReproducibility(), 0);

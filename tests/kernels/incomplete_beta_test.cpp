@@ -120,6 +120,11 @@ TEST(BetaSplitPoint, MedianBeyondTheRange) {
     EXPECT_GT(beta_split_point(1e-3, 5.0), 0.0);
 }
 
+// By symmetry, however close to 0 the shapes are: there the three log gammas leave nothing but rounding.
+TEST(BetaSplitPoint, EqualShapesHaveTheirMedianInTheMiddle) {
+    for (double a = 0.5; a > 1e-307; a /= 7.0) EXPECT_SAME_BITS(beta_split_point(a, a), 0.5) << a;
+}
+
 // ---- the tails
 // -----------------------------------------------------------------------------------------------
 

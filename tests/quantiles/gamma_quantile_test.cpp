@@ -149,6 +149,15 @@ TEST(GammaQuantile, AFailedRunReturnsItsLastIterate) {
     EXPECT_GT(gamma_quantile_left(1e-18, 11.0), 1.0);
 }
 
+// Every residual is then a NaN, and so is every step: the search ends by its limit.
+TEST(GammaQuantile, ANaNProbabilityEndsAsANaN) {
+    const double nan_value = std::numeric_limits<double>::quiet_NaN();
+    for (const double a : {0.02, 0.9, 2.5, 400.0}) {
+        EXPECT_TRUE(std::isnan(gamma_quantile_left(nan_value, a))) << a;
+        EXPECT_TRUE(std::isnan(gamma_quantile_right(nan_value, a))) << a;
+    }
+}
+
 TEST(GammaQuantileLaws, QuantileThenTailReturnsP) {
     std::mt19937_64 random(31);
     std::uniform_real_distribution<double> unit(0.01, 0.99);

@@ -165,6 +165,15 @@ TEST(GaussianRandomWalk, OriginsThatAreNoObservation) {
     }
 }
 
+TEST(GaussianRandomWalk, FirstForecastFromNoObservation) {
+    const double x[] = {1.0, 4.0, 6.0};
+    GaussianRandomWalk walk(x, 3, false);
+    ASSERT_EQ(walk.Estimate(), 0);
+    ASSERT_EQ(walk.MakeForecast(0, 1), 0);
+    ASSERT_EQ(walk.GetForecast().size(), 1u);
+    EXPECT_MISSING(walk.GetForecast()[0]);
+}
+
 TEST(GaussianRandomWalk, Summary) {
     const std::vector<double> series = zolv_test::load_series("lake_huron");
     const int n = length(series);
