@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and tests zolv: clang++ and g++ optimised, then clang++ under the address and undefined-behaviour
-# sanitizers. Ends with CTest's summary of the whole; the exit code tells whether everything passed.
+# sanitizers; lets every fuzzer run for a minute on top of its committed inputs. Ends with CTest's summary of the whole; the exit code tells whether everything passed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh
@@ -9,9 +9,11 @@ for preset in release release-gcc asan-ubsan; do
     cmake --build --preset "$preset" -- -k 0
 done
 status=0
+echo "== fuzzers"
+scripts/fuzz.sh 60 || status=1
 for preset in release-gcc asan-ubsan release; do
     echo "== tests of preset $preset"
     ctest --preset "$preset" || status=1
 done
-[ $status = 0 ] || echo "some tests failed: see the summaries above" >&2
+[ $status = 0 ] || echo "some tests or fuzzers failed: see the summaries above" >&2
 exit $status
