@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and tests zolv: clang++ and g++ optimised, then clang++ under the address and undefined-behaviour
-# sanitizers; lets every fuzzer run for a minute on top of its committed inputs. Ends with CTest's summary of the whole; the exit code tells whether everything passed.
+# sanitizers; before the tests every fuzzer runs for a minute on top of its committed inputs. Ends with CTest's
+# summary of the whole; the exit code tells whether everything passed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install_packages.sh
