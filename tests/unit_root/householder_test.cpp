@@ -71,6 +71,12 @@ TEST(Householder, NothingBelowTheDiagonal) {
     EXPECT_EQ(down.columns[0], (column{1.0, 0.0}));
     EXPECT_EQ(down.response(), (column{-5.0, 10.0}));
 
+    AdfRegression small = Columns({{0x1p-30, 0.0}, {5.0, 10.0}});  // a sign is no question of size
+    factors = HouseholderColumns(small);
+    EXPECT_SAME_BITS(factors.diagonal[0], 0x1p-30);
+    EXPECT_SAME_BITS(factors.tau[0], 0.0);
+    EXPECT_EQ(small.response(), (column{5.0, 10.0}));
+
     AdfRegression single = Columns({{-3.0}, {5.0}});  // at most one row is left: no sum at all
     factors = HouseholderColumns(single);
     EXPECT_SAME_BITS(factors.diagonal[0], 3.0);
