@@ -1,0 +1,120 @@
+// The t family against its plain forms, by bits.
+#include <gtest/gtest.h>
+
+#include "plain/compare.hpp"
+#include "plain/t.hpp"
+#include "zolv.h"
+
+namespace {
+
+using namespace zolv_test::plain;
+using zolv_test::show;
+
+const std::vector<double> df_thresholds{0.001, 0.01,  1.0,   2.0,    17.0,   18.0,    20.0, 49.0,
+                                        50.0,  199.0, 200.0, 1998.0, 2000.0, 40000.0, 1e6,  2e9};
+
+std::vector<double> points(Random& random, int n, double df, double nc) {
+    const double root = std::sqrt(df);
+    const std::vector<double> switches{root, -root, nc, -nc, root * 0.2, root * 10.0, 0.0};
+    std::vector<double> x;
+    while (static_cast<int>(x.size()) < n) {
+        double at = nc + random.between(-4.0, 4.0);
+        if (random.chance(3))
+            at = (random.chance(2) ? 1.0 : -1.0) * (1.0 + std::fabs(nc)) * random.power(-2.0, 1.5);
+        if (random.chance(8)) at = random.next_to(random.one_of(switches));
+        if (random.chance(30)) at = (random.chance(2) ? 1.0 : -1.0) * random.power(-100.0, 100.0);
+        x.push_back(at);
+    }
+    return x;
+}
+
+TEST(PlainT, CentralDensityAndTails) {
+    Random random(21);
+    Comparison comparison;
+    for (int n = 0; n < rounds(2000); ++n) {
+        const double df = random.shape(-3.0, 7.0, df_thresholds);
+        const std::vector<double> x = points(random, 250, df, 0.0);
+        compare(
+            comparison, x, "density " + list(df), [&](double y) { return t_pdf(y, df, 0.0); },
+            [&](double y) { return zolv_TPdf(y, df, 0.0); },
+            [&](const double* y, std::size_t m, double* out) { zolv_ParallelTPdf(y, m, df, 0.0, out); });
+        const unsigned char upper = n % 2;
+        compare(
+            comparison, x, "tail " + list(df), [&](double y) { return t_cdf(y, df, 0.0, upper); },
+            [&](double y) { return zolv_TCdf(y, df, 0.0, upper); },
+            [&](const double* y, std::size_t m, double* out) {
+                zolv_ParallelTCdf(y, m, df, 0.0, upper, out);
+            });
+    }
+}
+
+TEST(PlainT, CentralQuantiles) {
+    Random random(22);
+    Comparison comparison;
+    for (int n = 0; n < rounds(3000); ++n) {
+        const double df = random.shape(-1.0, 6.0, df_thresholds);
+        const unsigned char upper = n % 2;
+        compare(
+            comparison, probabilities(random, 20), "quantile " + list(df),
+            [&](double p) { return t_inv_cdf(p, df, 0.0, upper); },
+            [&](double p) { return zolv_TInvCdf(p, df, 0.0, upper); },
+            [&](const double* p, std::size_t m, double* out) {
+                zolv_ParallelTInvCdf(p, m, df, 0.0, upper, out);
+            });
+    }
+}
+
+TEST(PlainT, NoncentralDensity) {
+    Random random(23);
+    Comparison comparison;
+    for (int n = 0; n < rounds(1500); ++n) {
+        const double df = random.shape(-2.0, 2.0, df_thresholds);
+        const double nc = (n % 2 != 0 ? 1.0 : -1.0) * random.power(-3.0, random.chance(20) ? 2.5 : 1.4);
+        compare(
+            comparison, points(random, 12, df, nc), "density " + list(df, nc),
+            [&](double y) { return t_pdf(y, df, nc); }, [&](double y) { return zolv_TPdf(y, df, nc); },
+            [&](const double* y, std::size_t m, double* out) { zolv_ParallelTPdf(y, m, df, nc, out); });
+    }
+}
+
+// On the other side of 0 than the noncentrality a tail is a recurrence of 2000 steps: fewer of them.
+TEST(PlainT, NoncentralTails) {
+    Random random(24);
+    Comparison comparison;
+    for (int n = 0; n < rounds(2000); ++n) {
+        const double df = random.shape(-2.0, 4.0, df_thresholds);
+        const double nc = (n % 2 != 0 ? 1.0 : -1.0) * random.power(-3.0, random.chance(20) ? 2.5 : 1.4);
+        std::vector<double> x = points(random, 12, df, nc);
+        if (n % 8 != 0) {
+            for (double& at : x) at = std::copysign(at, nc);
+        }
+        const unsigned char upper = n % 4 < 2 ? 1 : 0;
+        compare(
+            comparison, x, "tail " + list(df, nc), [&](double y) { return t_cdf(y, df, nc, upper); },
+            [&](double y) { return zolv_TCdf(y, df, nc, upper); },
+            [&](const double* y, std::size_t m, double* out) {
+                zolv_ParallelTCdf(y, m, df, nc, upper, out);
+            });
+    }
+}
+
+// A quantile is some fifty tails: fewer again, and few of those that reach over 0.
+TEST(PlainT, NoncentralQuantiles) {
+    Random random(25);
+    Comparison comparison;
+    for (int n = 0; n < rounds(150); ++n) {
+        const double df = random.shape(-0.5, 3.0, df_thresholds);
+        const double nc =
+            (n % 2 != 0 ? 1.0 : -1.0) * random.power(n % 30 == 0 ? -1.0 : 0.8, random.chance(20) ? 2.5 : 1.8);
+        const unsigned char upper = n % 4 < 2 ? 1 : 0;
+        compare(
+            comparison, probabilities(random, n % 30 == 0 ? 4 : 8), "quantile " + list(df, nc),
+            [&](double p) { return t_inv_cdf(p, df, nc, upper); },
+            [&](double p) { return zolv_TInvCdf(p, df, nc, upper); },
+            [&](const double* p, std::size_t m, double* out) {
+                zolv_ParallelTInvCdf(p, m, df, nc, upper, out);
+            });
+    }
+}
+
+}  // namespace
