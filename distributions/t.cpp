@@ -21,19 +21,30 @@ namespace {
 // Ordered comparisons, so that a NaN fails. The variate plays no part.
 bool t_parameters_valid(double df, double nc) { return df > 0.0 && df < plus_infinity && is_finite(nc); }
 
+// From this a b / (a + b) on the beta quantile's expansion is the answer. With shapes 0.5 and df / 2 it is
+// below one half for every df; the choice is made as for any pair of shapes.
+constexpr double expansion_limit = 10000.0;
+
 constexpr double gamma_limit_h = 1e9;  // from here the beta variate is a gamma variate over df / 2
 
 // The central quantile: t^2 = df w / (1 - w), where w cuts off T = 2 min(p, 1 - p) above for a beta variate
-// with shapes 0.5 and df / 2. The beta quantile's expansion for large shapes plays no part: a b / (a + b) is
-// below one half for every df.
+// with shapes 0.5 and df / 2.
 class t_central_quantile {
 public:
     explicit t_central_quantile(double df)
-        : df_(df), h_(df / 2.0), near_(0.5, h_), far_(h_, 0.5), gamma_(0.5) {}
+        : df_(df),
+          h_(df / 2.0),
+          large_(0.5 * h_ / (0.5 + h_) >= expansion_limit),
+          near_(0.5, h_),
+          far_(h_, 0.5),
+          gamma_(0.5) {}
 
     // Settles every part now: for many p, and before several threads share the object.
     void prepare() {
-        if (h_ < gamma_limit_h) {
+        if (large_) {  // GCOVR_EXCL_START: see expansion_limit
+            near_.expansion();
+            far_.expansion();  // GCOVR_EXCL_STOP
+        } else if (h_ < gamma_limit_h) {
             near_.prepare();
             far_.prepare();
         } else {
@@ -53,12 +64,18 @@ public:
 
 private:
     double beta_cut(double T) const {
+        if (large_) {  // GCOVR_EXCL_START: see expansion_limit
+            const double z = normal_std_quantile(T);
+            const double w = near_.expansion()(-z);
+            return w > 0.5 ? 1.0 - far_.expansion()(z) : w;
+        }  // GCOVR_EXCL_STOP
         if (!(h_ < gamma_limit_h)) return gamma_.right(T) / h_;
         if (T >= near_.tails_at_half().upper) return near_.search(T, 1, far_);
         return 1.0 - far_.search(T, 0, near_);
     }
 
     double df_, h_;
+    bool large_;
     beta_quantile_side near_, far_;  // of shapes (0.5, h) and (h, 0.5)
     gamma_quantile_solver gamma_;
 };
