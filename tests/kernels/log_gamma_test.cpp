@@ -315,9 +315,7 @@ TEST(LogGammaPdf, WhichLogarithmIsTaken) {
     EXPECT_SAME_BITS(log_gamma_pdf(4.0, 3.0), with(4.0, 3.0, -log1p_small(1.0 / 3.0)));
     // One itself is on neither side: near it the series is what differs from the logarithms.
     EXPECT_SAME_BITS(log_gamma_pdf(1.009, 1.0), with(1.009, 1.0, -log1p_small(1.009 - 1.0)));
-    EXPECT_NE(bits(-log1p_small(1.009 - 1.0)), bits(std::log(1.0) - std::log(1.009)));
     EXPECT_SAME_BITS(log_gamma_pdf(0.998, 1.0), with(0.998, 1.0, log1p_small((1.0 - 0.998) / 0.998)));
-    EXPECT_NE(bits(log1p_small((1.0 - 0.998) / 0.998)), bits(std::log(1.0) - std::log(0.998)));
     // Shape 0: no remainder is taken, and the limit of the density is 0.
     EXPECT_SAME_BITS(log_gamma_pdf(0.0, 0.5), -inf);
     EXPECT_SAME_BITS(log_gamma_pdf(0.0, 2.0), -inf);

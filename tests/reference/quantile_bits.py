@@ -557,6 +557,11 @@ def main():
         for p in (0.001, 0.1, 0.3):
             out.put("beta_quantile_left", "", [p, a, b], 0, lambda: beta_search(p, a, b, False))
             out.put("beta_quantile_right", "", [1.0 - p, a, b], 1, lambda: beta_search(1.0 - p, a, b, True))
+    # Roots above one half, whose iterates pass the end at 1 by a little.
+    for p, a, b in ((7.0026305501001315e-81, 2.2402057107852231, 1.5025084955647456),
+                    (1.9594278580213584e-12, 0.45750163785431913, 0.80875839850212516),
+                    (3.0452969195750164e-07, 0.0028647900617168385, 0.86419582261798988)):
+        out.put("beta_quantile_right", "beyond", [p, a, b], 1, lambda: beta_search(p, a, b, True))
     for a, b in ((1e4, 2e4), (3.0, 4.0), (1e5, 300.0), (1e300, 2.0), (50.0, 50.0)):
         for p in (1e-200, 0.01, 0.5, 0.8):
             for upper in (0, 1):
