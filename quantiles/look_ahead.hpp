@@ -8,9 +8,9 @@
 
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
-#include "frame/nan.hpp"
 #include "quantiles/lanes.hpp"
 
 namespace dru::impl {
@@ -56,7 +56,7 @@ private:
     enum class guess { nothing, doubling, bisection };
 
     double answer(double x) {
-        for (std::size_t l = 0; l < lane_count; ++l) {
+        for (std::size_t l = 0; l < known_; ++l) {
             if (std::bit_cast<std::uint64_t>(x) == std::bit_cast<std::uint64_t>(at_[l])) return value_[l];
         }
         // Most doublings end after a step or two, and points far apart have little in common.
@@ -79,6 +79,7 @@ private:
         }
         at_ = next;
         value_ = residuals_(next);
+        known_ = lane_count;
         return value_[0];
     }
 
@@ -92,7 +93,8 @@ private:
     int asked_ = 0;
     double a_ = 0.0, b_ = 0.0;
     bool below_at_a_ = false;
-    lane_array at_{missing_value, missing_value, missing_value, missing_value}, value_{};
+    std::size_t known_ = 0;  // of the points and residuals below
+    lane_array at_{}, value_{};
 };
 
 }  // namespace dru::impl
