@@ -39,6 +39,9 @@ $build/bench/distributions_peers --benchmark_enable_random_interleaving=true --b
     --benchmark_min_time=$least --benchmark_out=$results/distributions.json --benchmark_out_format=json \
     > /dev/null 2>&1
 
+$build/bench/plain_ratio_bench --benchmark_enable_random_interleaving=true --benchmark_repetitions=$repetitions \
+    --benchmark_min_time=$least --benchmark_out=$results/plain.json --benchmark_out_format=json > /dev/null 2>&1
+
 for round in $(seq $rounds); do
     slow=""
     [ "$round" = 1 ] && [ "${1:-}" != quick ] && slow=slow

@@ -119,6 +119,26 @@ for name, of_row in team_runs.items():
     question = name.replace("/array 64k/real_time", "").replace("/", ", ")
     team_table.append(f"| {question} | {significant(1e9 * statistics.median(r['element'] for r in of_row))} |")
 
+# ---- plain forms ---------------------------------------------------------------------------------------------
+
+plain_gains = collections.OrderedDict()  # regime and kind -> form -> ratios
+plain_rows = collections.OrderedDict()
+for name, of_row in benchmark_rows(f"{folder}/plain.json")[1].items():
+    question, form = name.rsplit("/", 1)
+    ns = 1e9 * statistics.median(run["element"] for run in of_row)
+    plain_rows.setdefault(question, {})[form] = (ns, of_row[0]["label"])
+for question, forms in plain_rows.items():
+    if len({label for _, label in forms.values()}) != 1:
+        sys.exit(f"{question}: the plain form and the library have different bits")
+    ratios = plain_gains.setdefault(", ".join(question.split("/")[:2]), {})
+    for form in ("scalar", "array"):
+        if form in forms:
+            ratios.setdefault(form, []).append(forms["plain"][0] / forms[form][0])
+plain_table = ["| | scalar | array |", "|---|--:|--:|"]
+for regime, ratios in plain_gains.items():
+    cells = [ratio_text(geometric_mean(ratios[form])) if form in ratios else "-" for form in ("scalar", "array")]
+    plain_table.append(f"| {regime} | {' | '.join(cells)} |")
+
 # ---- models -------------------------------------------------------------------------------------------------
 
 UNIT = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
@@ -208,6 +228,13 @@ quantiles in far tails. Such a row compares calls, not equal work.
 Nanoseconds per element:
 
 {chr(10).join(distribution_table)}
+
+## Against the plain forms
+
+What preparing and sharing have gained, bits unmoved: the plain form of each routine, which works out every step where it
+stands (`tests/plain/`), over the library on one thread; body and tails together. The digests of the bits are the same.
+
+{chr(10).join(plain_table)}
 
 ## Array forms on the machine's team
 
