@@ -36,6 +36,10 @@ inline double RowDot(const std::vector<double>& x, const std::vector<double>& y,
                       y.data() + first, 1);
 }
 
+// y[i] := y[i] - factor v[i], with the widest registers of this processor; and with the narrow ones.
+void SubtractMultiple(const double* v, double factor, double* y, std::size_t n);
+void NarrowSubtractMultiple(const double* v, double factor, double* y, std::size_t n);
+
 // y := (I - tau v v') y over rows first to last - 1. A reflection is its own inverse.
 void Reflect(const std::vector<double>& v, double tau, std::size_t first, std::size_t last,
              std::vector<double>& y);
