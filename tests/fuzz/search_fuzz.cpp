@@ -87,6 +87,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::sort(indices.begin(), indices.end());
     for (int i = 0; i < g.count; ++i)
         require(indices[static_cast<std::size_t>(i)] == i, "a permutation", {double(i)});
+    // Minus infinity and a finite score each come before the other.
+    for (int i = 0; i < g.count; ++i)
+        if (score(g.models[i], s.criterion) == -HUGE_VAL) return 0;
     for (int i = 1; i < g.count; ++i) {
         const double better = score(g.models[g.order[i - 1]], s.criterion);
         const double worse = score(g.models[g.order[i]], s.criterion);
