@@ -606,7 +606,8 @@ ZOLV_API double zolv_TPdf(double x, double df, double nc);
  *   about 1 or more (1e-7 at df = 1e9, 1e-3 at 1e13, everything from 1e16 on), and far more where nc - x is below
  *   0.1: everything below about 0.001 even at df = 2000, and at fewer, where |x| sqrt(2000 / df) counts for |x|.
  *   Values outside [0, 1] and the sign-set NaN are what is left then.
- * No tail is clamped to [0, 1].
+ * No tail is clamped to [0, 1]. A central one is infinite where x^2 / df is a subnormal number and df above 1e15, and
+ * with df below 1e-307.
  * Time: 5 microseconds for ordinary arguments; up to 0.05 s for nc near 1e5.
  * Threads: any number at once. */
 ZOLV_API double zolv_TCdf(double x, double df, double nc, unsigned char upper);
@@ -683,6 +684,7 @@ ZOLV_API void zolv_ParallelTInvCdf(const double* p, uint64_t n, double df, doubl
  * the sum of the squared means of df unit normals, so that the mean is df + nc and nc / 2 the Poisson mean of the
  * mixture. Everything is worked out for the gamma variate of shape df / 2 at half the point.
  * A negative nc is no distribution, yet it is not a bad parameter: see each function.
+ * Oddity: x = -5e-324 halves to -0.0 and counts as 0.
  * Oddity: for df up to 2 the logarithm of the density of shape df / 2 overflows at subnormal points x below about
  * df * 5.6e-309: the density there is plus infinity, the lower tail 1 or, with an nc below 2 or so other than 0, minus
  * infinity and the upper plus infinity; for df = 2 the density and both noncentral tails are NaN. For df below 1e-305 a noncentral lower tail is 0. From df = 1e30 or so on neighbouring doubles
@@ -815,7 +817,9 @@ ZOLV_API double zolv_BetaPdf(double x, double a, double b);
  * NaN for a NaN x; the missing value for a bad shape, whatever x is. A tail whose density at x is below the
  * smallest normal double is exactly 0, its complement 1. From 0.5 on the point is mirrored: for tails at an x
  * close to 1, pass 1 - x with the shapes exchanged and the other tail if 1 - x is known to more digits.
- * Oddity: a tail is the density times a ratio and is not clamped: next to 1 it may exceed 1 by rounding.
+ * Oddity: a tail is the density times a ratio and is not clamped: next to 1 it may exceed 1 by rounding. With a shape
+ * below 1e-307, and at a subnormal x or 1 - x with shapes that add up to 1e15 or more, the density overflows: the tails
+ * are then plus and minus infinity.
  * Source: ratio of tail to density by backward recurrence and continued fraction (Abramowitz & Stegun 26.5);
  * for a b / (a + b) >= 10000 an expansion about the normal tail, about 8 significant digits.
  * Threads: any number at once. */
@@ -924,7 +928,7 @@ ZOLV_API double zolv_FPdf(double x, double d1, double d2, double nc);
  * Returns a probability; 0 (lower) or 1 (upper) for x <= 0, minus infinity included, and 1 or 0 for plus infinity,
  * whatever nc is; the sign-set NaN for a NaN x; the missing value for a bad d1 or d2, whatever x is. An nc that is
  * negative, infinite or NaN, or so large that 1 no longer moves a mixture index (above about 2^53), gives the
- * sign-set NaN for every x > 0.
+ * sign-set NaN for every x > 0, save where y as in zolv_FPdf underflows to 0 or rounds to 1: there the tails are 0 and 1.
  * Source: central: the incomplete beta function. Noncentral: the mixture of incomplete betas summed outward from its
  * largest term, each tail directly where it is the smaller one by the mean (Benton & Krishnamoorthy 2003).
  * Accuracy, relative, of the smaller tail: 5e-13 for nc up to 1e4, 2e-12 for 1e6, 4e-11 for 5e9; 1e-8 where the shapes
@@ -1011,6 +1015,7 @@ ZOLV_API void zolv_ParallelFInvCdf(const double* p, uint64_t n, double d1, doubl
  *
  * Returns P(X = x); 0 for an x that is not whole, below 0, above n or infinite; the sign-set NaN for a NaN x;
  * the missing value for a prob that is NaN or outside [0, 1], whatever x is. With n = 0, X is 0.
+ * Oddity: a prob of -0.0 gives a NaN for 0 < x < n, where one of 0.0 gives 0.
  * Source: Loader, Fast and accurate computation of binomial probabilities (2000).
  * Threads: any number at once. */
 ZOLV_API double zolv_BinomialPdf(double x, uint32_t n, double prob);
@@ -1522,6 +1527,8 @@ ZOLV_API int zolv_GetBoxCoxLambda(const double* series, int count, int groupLeng
  *
  * Columns whose norm, after the earlier ones are taken out, is not above 1e-12 are dropped as dependent. The
  * limit is absolute: rescale a series in very small units.
+ * Oddity: if columns ahead of the lags are dropped (a straight line has its level in the trend), the choice of
+ * lagMethod 0 to 2 may come out negative, which asks for the default number, above `lags` even.
  * Oddity: if the longest lags are dropped, sampleSize is that of the last lag kept, and the residual sum of
  * squares takes in that many rows, some of which the factorisation has not reached.
  * Source: Said & Dickey, Biometrika 71 (1984); p-values MacKinnon, JBES 12 (1994); critical values MacKinnon,

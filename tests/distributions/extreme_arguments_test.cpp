@@ -1,0 +1,61 @@
+// Arguments at the ends of a double's range that the fuzzers came upon. What the formulas leave there is
+// kept, and pinned: the headers of the exports tell it.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "support/bits.hpp"
+#include "zolv.h"
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double largest = std::numeric_limits<double>::max();
+constexpr double least = 5e-324;
+
+// k / (n prob) is minus infinity, and 1 plus it has no logarithm.
+TEST(ExtremeArguments, ABinomialProbabilityOfMinusZeroHasNoMassBetweenTheEnds) {
+    EXPECT_EQ(zolv_BinomialPdf(0.0, 90, -0.0), 1.0);
+    EXPECT_TRUE(std::isnan(zolv_BinomialPdf(9.0, 90, -0.0)));
+    EXPECT_EQ(zolv_BinomialPdf(90.0, 90, -0.0), 0.0);
+    EXPECT_EQ(zolv_BinomialPdf(9.0, 90, 0.0), 0.0);
+    EXPECT_EQ(zolv_BinomialCdf(9.0, 90, -0.0, 0), 1.0);
+    EXPECT_EQ(zolv_BinomialInvCdf(0.5, 90, -0.0, 1), 0.0);
+}
+
+// Half of the smallest number is 0, on either side.
+TEST(ExtremeArguments, TheChiSquarePointNextToZeroIsZero) {
+    for (const double x : {least, -least}) {
+        EXPECT_EQ(zolv_ChiSqPdf(x, 0.25, 0.0), infinity);
+        EXPECT_EQ(zolv_ChiSqPdf(x, 2.0, 0.0), 0.5);
+        EXPECT_EQ(zolv_ChiSqPdf(x, 3.0, 1.0), 0.0);
+        EXPECT_EQ(zolv_ChiSqCdf(x, 0.25, 1.0, 0), 0.0);
+    }
+    EXPECT_EQ(zolv_ChiSqPdf(-2.0 * least, 0.25, 0.0), 0.0);
+    // A noncentrality of it is none: the Newton steps may leave the support as they do without one.
+    const double p = std::nextafter(1.0, 0.0);
+    EXPECT_SAME_BITS(zolv_ChiSqInvCdf(p, 4.0, -least, 1), zolv_ChiSqInvCdf(p, 4.0, 0.0, 1));
+}
+
+TEST(ExtremeArguments, AnFPointWhoseBetaPointUnderflowsIsNotAskedForItsNoncentrality) {
+    for (const double nc : {-1.0, infinity, std::nan(""), -largest}) {
+        EXPECT_EQ(zolv_FCdf(1e-6, 2.2e-308, largest, nc, 0), 0.0);
+        EXPECT_EQ(zolv_FCdf(1e-6, 2.2e-308, largest, nc, 1), 1.0);
+        EXPECT_SIGN_SET_NAN(zolv_FCdf(1e-6, 3.0, 5.0, nc, 0));
+    }
+}
+
+TEST(ExtremeArguments, ADensityThatOverflowsMakesTheTailsInfinite) {
+    EXPECT_EQ(zolv_BetaCdf(1e-12, 1.6e-319, 0.01, 0), -infinity);
+    EXPECT_EQ(zolv_BetaCdf(1e-12, 1.6e-319, 0.01, 1), infinity);
+    EXPECT_EQ(zolv_BetaCdf(1e-315, 0.01, 0x1p53, 0), infinity);
+    EXPECT_GT(zolv_BetaCdf(1e-305, 0.01, 0x1p53, 0), 0.0);
+    EXPECT_LT(zolv_BetaCdf(1e-305, 0.01, 0x1p53, 0), 1.0);
+    EXPECT_EQ(zolv_TCdf(1e-5, 5.4e-322, 0.0, 0), infinity);
+    EXPECT_EQ(zolv_TCdf(1e-5, 1e306, 0.0, 0), infinity);
+    EXPECT_EQ(zolv_TCdf(1e-160, 1e10, 0.0, 0), 0.5);
+    EXPECT_EQ(zolv_FCdf(1e-6, 7e-317, 0.01, 0.0, 0), -infinity);
+}
+
+}  // namespace
