@@ -10,6 +10,7 @@
 
 #include "frame/own_stack.hpp"
 #include "frame/provider.hpp"
+#include "frame/solve.hpp"
 #include "zolv.h"
 
 namespace {
@@ -37,6 +38,17 @@ std::size_t factorisation_stack(int64_t n) {
 }
 
 }  // namespace
+
+zolv::provider::solve_outcome zolv::provider::SolveSquareSystem(double* A, double* b, std::int64_t n) {
+    if (n < 0) return solve_outcome::refused;
+    std::vector<integer> pivots(static_cast<std::size_t>(n));
+    integer info = -1;
+    const auto solve = [&] { info = LAPACKE_dgesv(LAPACK_ROW_MAJOR, n, 1, A, n, pivots.data(), b, 1); };
+    if (!run_with_stack(factorisation_stack(n), solve)) return solve_outcome::no_memory;
+    if (info == LAPACK_WORK_MEMORY_ERROR || info == LAPACK_TRANSPOSE_MEMORY_ERROR)
+        return solve_outcome::no_memory;
+    return info == 0 ? solve_outcome::solved : solve_outcome::refused;
+}
 
 extern "C" {
 
@@ -157,12 +169,8 @@ void zolv_UnpackTriangularMat(const double* Ap, double* A, int64_t n) {
 }
 
 int zolv_SolveSquareSystem(double* A, double* b, int64_t n) {
-    if (n < 0) return zolv_code_solve_failed;
-    std::vector<integer> pivots(static_cast<std::size_t>(n));
-    integer info = -1;
-    const auto solve = [&] { info = LAPACKE_dgesv(LAPACK_ROW_MAJOR, n, 1, A, n, pivots.data(), b, 1); };
-    return provider::run_with_stack(factorisation_stack(n), solve) && info == 0 ? zolv_code_done
-                                                                                : zolv_code_solve_failed;
+    return provider::SolveSquareSystem(A, b, n) == provider::solve_outcome::solved ? zolv_code_done
+                                                                                   : zolv_code_solve_failed;
 }
 
 int zolv_SetMKLReproducibility(void) { return provider::MKL_CBWR_Set(3); }

@@ -9,6 +9,9 @@
  *
  * Nothing is printed, no errno is promised, the floating-point control state is never changed. Scalar calls
  * may run on any number of threads at once.
+ *
+ * An allocation that fails is thrown as std::bad_alloc, where a call does not name a code for it; nothing is
+ * lost by it, and nothing of the caller's is written, save elements of an array form's output.
  */
 #ifndef ZOLV_H
 #define ZOLV_H

@@ -4,9 +4,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <utility>
 
 #include "frame/nan.hpp"
+#include "frame/solve.hpp"
 #include "model_search/innovation_recursion.hpp"
 #include "time_series/running_mean.hpp"
 #include "zolv.h"
@@ -125,7 +127,10 @@ std::vector<double> ArmaAutocovariance(const std::vector<double>& ar, const std:
         for (std::size_t k = 0; k <= pa - r; ++k) row[k] = A[r + k];
         for (std::size_t k = 1; k <= r; ++k) row[k] += A[r - k];
     }
-    if (zolv_SolveSquareSystem(A.data(), gamma.data(), static_cast<std::int64_t>(size)) != 0) return {};
+    using provider::solve_outcome;
+    const auto outcome = provider::SolveSquareSystem(A.data(), gamma.data(), static_cast<std::int64_t>(size));
+    if (outcome == solve_outcome::no_memory) throw std::bad_alloc();
+    if (outcome != solve_outcome::solved) return {};
 
     gamma.resize(lags);
     for (std::size_t k = size; k < lags; ++k) {

@@ -47,10 +47,11 @@ void AugmentedDickeyFuller(const double* series, std::int32_t n, std::int32_t la
     const std::size_t last = factors.retained.back();
     const std::size_t observations = std::min(design.columns[last].size(), static_cast<std::size_t>(n) - 1);
     const int last_column = static_cast<int>(last);
+    const double statistic = AdfStatistic(design, factors, observations);  // the last that may throw
     result.sampleSize = static_cast<std::int32_t>(observations);
     result.lagCount =
         design.first_lag == 0 || last_column < design.first_lag ? 0 : last_column - design.first_lag + 1;
-    result.statistic = AdfStatistic(design, factors, observations);
+    result.statistic = statistic;
 
     // A NaN among the oldest observations only spoils lag columns, which are then dropped; but a series
     // with a hole in it has no statistic.
