@@ -143,7 +143,9 @@ void zolv_ParallelTCdf(const double* x, uint64_t n, double df, double nc, unsign
         const t_nc_distribution distribution(df, nc);
         const sides needed(x, n, nc);
         distribution.prepare(needed.same, needed.other);
-        parallel_for(n, [&](uint64_t i) { out[i] = distribution.tail(x[i], upper); });
+        parallel_blocks(n, [&](uint64_t first, uint64_t count) {
+            distribution.tails_of(x + first, count, upper, out + first);
+        });
     }
 }
 

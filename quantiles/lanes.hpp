@@ -86,6 +86,42 @@ Points chosen_only(const Points& points, const lane_choice& chosen) {
     return result;
 }
 
+// Points that wait for others of their kind, until four can run in step.
+using lane_indices = std::array<std::uint64_t, lane_count>;
+
+template <std::size_t kinds>
+class lane_groups {
+public:
+    // run(points, indices, count) for a full group; the first `count` of the points count.
+    template <class Run>
+    void add(std::size_t kind, double x, std::uint64_t index, const Run& run) {
+        group& g = groups_[kind];
+        g.x[g.count] = x;
+        g.index[g.count] = index;
+        if (++g.count < lane_count) return;
+        run(g.x, g.index, g.count);
+        g.count = 0;
+    }
+    // The groups that are left; alone(index) for one by itself.
+    template <class Run, class Alone>
+    void finish(const Run& run, const Alone& alone) {
+        for (group& g : groups_) {
+            if (g.count == 1) alone(g.index[0]);
+            if (g.count < 2) continue;
+            for (std::size_t l = g.count; l < lane_count; ++l) g.x[l] = g.x[0];
+            run(g.x, g.index, g.count);
+        }
+    }
+
+private:
+    struct group {
+        lane_array x{};
+        lane_indices index{};
+        std::size_t count = 0;
+    };
+    std::array<group, kinds> groups_;
+};
+
 // The sums of four lanes while they are being settled.
 class lane_outcomes {
 public:

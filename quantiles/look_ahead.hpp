@@ -60,9 +60,8 @@ private:
             if (std::bit_cast<std::uint64_t>(x) == std::bit_cast<std::uint64_t>(at_[l])) return value_[l];
         }
         // Most doublings end after a step or two, and points far apart have little in common.
-        if (guess_ == guess::nothing || (guess_ == guess::doubling && asked_ < plain_doublings) ||
-            !usable_(x, x))
-            return residual_(x);
+        const int plain = guess_ == guess::doubling ? plain_doublings : plain_bisections;
+        if (guess_ == guess::nothing || asked_ < plain || !usable_(x, x)) return residual_(x);
         lane_array next;
         if (guess_ == guess::doubling) {
             double step = step_, at = x;

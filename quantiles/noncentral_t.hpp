@@ -14,6 +14,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 
 #include "kernels/incomplete_beta.hpp"
 #include "kernels/tail_pair.hpp"
@@ -89,11 +90,14 @@ public:
     // Both tails at a finite x.
     tail_pair tails(double x) const;
 
-    // Both tails at four points strictly on the noncentrality's side of 0.
+    // Both tails at four points strictly on one side of 0.
     std::array<tail_pair, lane_count> tails(const lane_array& x) const;
 
     // P(T > x) or P(T <= x) at any x.
     double tail(double x, unsigned char upper) const;
+
+    // The same for each of n points, most of them in step.
+    void tails_of(const double* x, std::uint64_t n, unsigned char upper, double* out) const;
 
     // The quantile for 0 < p < 1.
     double quantile(double p, unsigned char upper) const;

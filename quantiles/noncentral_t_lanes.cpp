@@ -189,6 +189,28 @@ lane_array t_odd_mixture::upper_sums(const points& at) const {
     return outcomes.sums();
 }
 
+// Points with the same coordinates and the same sums to run go together.
+void t_nc_distribution::tails_of(const double* x, std::uint64_t n, unsigned char upper, double* out) const {
+    lane_groups<5> groups;
+    const bool recurrence = negative_.by_recurrence();
+    const auto run = [&](const lane_array& at, const lane_indices& index, std::size_t count) {
+        const std::array<tail_pair, lane_count> both = tails(at);
+        for (std::size_t l = 0; l < count; ++l) out[index[l]] = upper != 0 ? both[l].upper : both[l].lower;
+    };
+    const auto alone = [&](std::uint64_t i) { out[i] = tail(x[i], upper); };
+    for (std::uint64_t i = 0; i < n; ++i) {
+        const double size = ncp_ < 0.0 ? -x[i] : x[i];
+        if (size > 0.0 && size <= largest_double) {
+            groups.add((df_ < size * size ? 2u : 0u) + (size > magnitude_ ? 1u : 0u), x[i], i, run);
+        } else if (recurrence && size < 0.0 && size >= -largest_double) {
+            groups.add(4, x[i], i, run);
+        } else {
+            alone(i);
+        }
+    }
+    groups.finish(run, alone);
+}
+
 // The one-point form lane by lane: each sum runs for the lanes that ask for it.
 std::array<tail_pair, lane_count> t_nc_distribution::tails(const lane_array& x) const {
     std::array<tail_pair, lane_count> result;
@@ -196,11 +218,21 @@ std::array<tail_pair, lane_count> t_nc_distribution::tails(const lane_array& x) 
         for (std::size_t l = 0; l < lane_count; ++l) result[l] = tails(x[l]);
         return result;
     };
-    if (is_infinite(weights_.mean()) || !(weights_.last() <= largest_index)) return one_by_one();
+    const auto mirrored = [&] {
+        if (ncp_ < 0.0) {
+            for (tail_pair& tails : result) tails = {tails.upper, tails.lower};
+        }
+        return result;
+    };
     lane_array magnitude = x;
     if (ncp_ < 0.0) {
         for (double& m : magnitude) m = -m;
     }
+    if (magnitude[0] < 0.0) {
+        result = negative_(magnitude);
+        return mirrored();
+    }
+    if (is_infinite(weights_.mean()) || !(weights_.last() <= largest_index)) return one_by_one();
     const points at = {t_mixture_point(magnitude[0], df_), t_mixture_point(magnitude[1], df_),
                        t_mixture_point(magnitude[2], df_), t_mixture_point(magnitude[3], df_)};
     for (std::size_t l = 0; l < lane_count; ++l) {
@@ -239,10 +271,7 @@ std::array<tail_pair, lane_count> t_nc_distribution::tails(const lane_array& x) 
             result[l] = is_nan(first) ? tail_pair{sign_set_nan, sign_set_nan} : tail_pair{first, 1.0 - first};
         }
     }
-    if (ncp_ < 0.0) {
-        for (tail_pair& tails : result) tails = {tails.upper, tails.lower};
-    }
-    return result;
+    return mirrored();
 }
 
 }  // namespace dru::impl

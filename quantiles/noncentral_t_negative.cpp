@@ -17,6 +17,17 @@ constexpr double root_large_h = 31.622776601683793;
 constexpr double smallest_log = -690.7755;  // ln of about 1e-300: below it the start would underflow
 constexpr double smallest_tail = 1e-100;
 
+// ln of the recurrence's start at z half degrees of freedom; root is that of z.
+double log_start(double c, const t_saddle_form& form, double root, double z) {
+    return form(root * c).log_part + std::log(-0.5 * c) - 0.5 * std::log(z);
+}
+
+tail_pair from_recurrence(double t) {
+    if (is_nan(t)) return {sign_set_nan, sign_set_nan};
+    if (t < smallest_tail) return {0.0, 1.0};
+    return {t, 1.0 - t};
+}
+
 }  // namespace
 
 t_nc_negative_tails::t_nc_negative_tails(double df, double ncp) : df_(df), ncp_(ncp), h_(df / 2.0) {}
@@ -49,12 +60,8 @@ tail_pair t_nc_negative_tails::operator()(double x) const {
     if (ncp_ > negative_tail_cut) return {0.0, 1.0};
     if (h_ >= large_h) return large_df()(x);
 
-    // ln of the recurrence's start at z half degrees of freedom.
     const double c = x / std::sqrt(h_);
-    const auto log_start = [c](const t_saddle_form& form, double root, double z) {
-        return form(root * c).log_part + std::log(-0.5 * c) - 0.5 * std::log(z);
-    };
-    double previous = log_start(at_full_H(), root_large_h, large_h);
+    double previous = log_start(c, at_full_H(), root_large_h, large_h);
     double t;
     if (!(previous < smallest_log)) {
         t = full_recurrence()(c);
@@ -63,7 +70,7 @@ tail_pair t_nc_negative_tails::operator()(double x) const {
         double lo = 0.0, hi = large_h;
         for (;;) {
             const double mid = (lo + hi) * 0.5;
-            const double e = log_start(t_saddle_form(2.0 * mid, ncp_), std::sqrt(mid), mid);
+            const double e = log_start(c, t_saddle_form(2.0 * mid, ncp_), std::sqrt(mid), mid);
             if (e < smallest_log) {
                 hi = mid;
             } else {
@@ -76,10 +83,28 @@ tail_pair t_nc_negative_tails::operator()(double x) const {
         if (h_ > m + h_) return {0.0, 1.0};
         t = t_half_step_tail(h_, m, ncp_)(c);
     }
-    if (is_nan(t)) return {sign_set_nan, sign_set_nan};
-    if (t < smallest_tail) return {0.0, 1.0};
-    return {t, 1.0 - t};
+    return from_recurrence(t);
 }
+
+// Points whose recurrence would underflow at its full length go by themselves, and all four with one of them.
+std::array<tail_pair, lane_count> t_nc_negative_tails::operator()(const lane_array& x) const {
+    std::array<tail_pair, lane_count> tails;
+    lane_array c{};
+    bool in_step = by_recurrence();
+    for (std::size_t l = 0; l < lane_count && in_step; ++l) {
+        c[l] = x[l] / std::sqrt(h_);
+        in_step = !(log_start(c[l], at_full_H(), root_large_h, large_h) < smallest_log);
+    }
+    if (in_step) {
+        const lane_array t = full_recurrence()(c);
+        for (std::size_t l = 0; l < lane_count; ++l) tails[l] = from_recurrence(t[l]);
+    } else {
+        for (std::size_t l = 0; l < lane_count; ++l) tails[l] = (*this)(x[l]);
+    }
+    return tails;
+}
+
+bool t_nc_negative_tails::by_recurrence() const { return ncp_ <= negative_tail_cut && h_ < large_h; }
 
 t_half_step_tail::t_half_step_tail(double h, double m, double ncp)
     : ncp_(ncp), H_(m + h), tail_at_H_(2.0 * H_, ncp), at_H_(2.0 * H_, ncp), above_(2.0 * H_ + 1.0, ncp) {
@@ -98,29 +123,63 @@ t_half_step_tail::t_half_step_tail(double h, double m, double ncp)
     for (auto J = small; J != half_ratios_.end(); ++J) *J = gammas.half_ratio(*J);
 }
 
-double t_half_step_tail::operator()(double c) const {
+t_half_step_tail::start t_half_step_tail::start_at(double c) const {
     const double root_H = std::sqrt(H_), root_above = std::sqrt(H_ + 0.5);
-    const double A0 = tail_at_H_(c * root_H).lower;
+    start s;
+    s.A0 = tail_at_H_(c * root_H).lower;
     const t_saddle at_H = at_H_(c * root_H);
     const t_saddle above = above_(c * root_above);
-    const double r = c * c + 2.0;
-    const double q = std::sqrt(r);
-    const double e = c * ncp_ / q;
-    double older = std::exp(above.log_part) * above.correction * 0.5 * c / root_above;
-    double newer = std::exp(at_H.log_part) * at_H.correction * 0.5 * c / root_H;
+    s.r = c * c + 2.0;
+    s.q = std::sqrt(s.r);
+    s.e = c * ncp_ / s.q;
+    s.older = std::exp(above.log_part) * above.correction * 0.5 * c / root_above;
+    s.newer = std::exp(at_H.log_part) * at_H.correction * 0.5 * c / root_H;
+    return s;
+}
+
+double t_half_step_tail::operator()(double c) const {
+    const start s = start_at(c);
+    double older = s.older, newer = s.newer;
     double G = H_;
     double sum = 0.0;
     bool second = false;  // every second half step arrives at whole ones
     for (const double half_ratio : half_ratios_) {
         G = G - 0.5;
         const double J = G + 1.0;
-        const double y = J * r / (2.0 * G + 1.0) * older - half_ratio * e * q * newer / (2.0 * G + 1.0);
+        const double y = J * s.r / (2.0 * G + 1.0) * older - half_ratio * s.e * s.q * newer / (2.0 * G + 1.0);
         if (second) sum = sum + y;
         second = !second;
         older = newer;
         newer = y;
     }
-    return A0 - sum;
+    return s.A0 - sum;
+}
+
+lane_array t_half_step_tail::operator()(const lane_array& c) const {
+    lane_values A0, older, newer, r, q, e;
+    for (int l = 0; l < lane_count; ++l) {
+        const start s = start_at(c[static_cast<std::size_t>(l)]);
+        A0.set(l, s.A0);
+        older.set(l, s.older);
+        newer.set(l, s.newer);
+        r.set(l, s.r);
+        q.set(l, s.q);
+        e.set(l, s.e);
+    }
+    double G = H_;
+    lane_values sum(0.0);
+    bool second = false;
+    for (const double half_ratio : half_ratios_) {
+        G = G - 0.5;
+        const double J = G + 1.0;
+        const lane_values y = J * r / (2.0 * G + 1.0) * older - half_ratio * e * q * newer / (2.0 * G + 1.0);
+        if (second) sum = sum + y;
+        second = !second;
+        older = newer;
+        newer = y;
+    }
+    const lane_values t = A0 - sum;
+    return {t[0], t[1], t[2], t[3]};
 }
 
 t_large_df_tails::t_large_df_tails(double D, double ncp)

@@ -11,10 +11,12 @@
 //         density times the point is below 1e-300.
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "distributions/t_saddle.hpp"
 #include "kernels/tail_pair.hpp"
+#include "quantiles/lanes.hpp"
 #include "quantiles/prepared_once.hpp"
 
 namespace dru::impl {
@@ -39,8 +41,14 @@ class t_half_step_tail {
 public:
     t_half_step_tail(double h, double m, double ncp);
     double operator()(double c) const;
+    lane_array operator()(const lane_array& c) const;  // four points in step
 
 private:
+    struct start {
+        double A0, older, newer, r, q, e;
+    };
+    start start_at(double c) const;
+
     double ncp_, H_;
     t_large_df_tails tail_at_H_;
     t_saddle_form at_H_, above_;       // of 2 H and 2 H + 1 degrees of freedom
@@ -54,6 +62,10 @@ public:
     t_nc_negative_tails(double df, double ncp);
     void prepare() const;
     tail_pair operator()(double x) const;
+    std::array<tail_pair, lane_count> operator()(const lane_array& x) const;  // x < 0
+
+    // Whether points take the recurrence, and gain by going in step.
+    bool by_recurrence() const;
 
 private:
     double full_m() const;

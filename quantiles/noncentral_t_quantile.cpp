@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "frame/nan.hpp"
+#include "kernels/log_gamma.hpp"
 #include "kernels/normal.hpp"
 #include "quantiles/look_ahead.hpp"
 #include "quantiles/noncentral_t.hpp"
@@ -26,6 +27,12 @@ bool t_nc_distribution::many_terms() const {
 double t_nc_distribution::quantile(double p, unsigned char upper) const {
     const double sd = df_ > 2.0 ? std::sqrt(df_ / (df_ - 2.0)) : 1.0;
     double x0 = normal_quantile(p, ncp_, sd, upper);
+    const bool mixture_in_step = many_terms(), recurrence_in_step = negative_.by_recurrence();
+    const auto usable = [&](double y, double x) {
+        const double side = ncp_ < 0.0 ? -x : x, at = ncp_ < 0.0 ? -y : y;
+        if (side > 0.0) return mixture_in_step && at > 0.0 && df_ >= smallest_in_step * y * y;
+        return recurrence_in_step && side < 0.0 && at < 0.0 && at >= -largest_double;
+    };
     look_ahead f([&](double x) { return upper != 0 ? p - tail(x, 1) : tail(x, 0) - p; },
                  [&](const lane_array& x) {
                      const auto both = tails(x);
@@ -34,18 +41,15 @@ double t_nc_distribution::quantile(double p, unsigned char upper) const {
                          residuals[l] = upper != 0 ? p - both[l].upper : both[l].lower - p;
                      return residuals;
                  },
-                 [&](double x, double) {
-                     return (ncp_ < 0.0 ? x < 0.0 : x > 0.0) && df_ >= smallest_in_step * x * x;
-                 });
+                 usable);
     const auto residual = [&f](double x) { return f(x); };
-    const bool in_step = many_terms();
     double f0 = f(x0);
     if (is_nan(f0)) return sign_set_nan;
     double x1 = 0.0, f1 = 0.0;
     unsigned char overflow = 0, failed = 0;
-    if (in_step) f.expect_doubling(x0, f0);
+    f.expect_doubling(x0, f0);
     expand_bracket(x0, f0, x1, f1, residual, overflow);
-    if (in_step) f.expect_bisection(x0, f0, x1);
+    f.expect_bisection(x0, f0, x1);
     const double root = solve_bracketed(x0, f0, x1, f1, residual, failed);
     return is_nan(root) ? sign_set_nan : root;
 }
