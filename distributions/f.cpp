@@ -55,6 +55,35 @@ public:
         return upper_ != 0 ? mirrored.lower : mirrored.upper;
     }
 
+    // The same for n points; those of a mixture go in step with others on their side of it.
+    void operator()(const double* x, std::uint64_t n, double* out) const {
+        lane_groups<4> groups;
+        const auto run = [&](std::size_t kind, const lane_array& at, const lane_indices& index,
+                             std::size_t count) {
+            const bool left = kind < 2;
+            const auto tails = left ? mixture_.left(at) : mixture_.right(at);
+            for (std::size_t l = 0; l < count; ++l)
+                out[index[l]] = (upper_ != 0) == left ? tails[l].upper : tails[l].lower;
+        };
+        const auto alone = [&](std::uint64_t i) { out[i] = (*this)(x[i]); };
+        const double ncp = weights_.mean(), mean = (a_ + ncp) / (ncp + (a_ + b_));
+        for (std::uint64_t i = 0; i < n; ++i) {
+            if (ncp == 0.0 || !(x[i] > 0.0) || is_infinite(x[i])) {
+                alone(i);
+                continue;
+            }
+            const double t = x[i] * a_;
+            const double y = t / (b_ + t);
+            const std::size_t above = y >= mean ? 1 : 0;
+            if (y < 0.5) {
+                groups.add(above, y, i, run);
+            } else {
+                groups.add(2 + above, b_ / (b_ + t), i, run);
+            }
+        }
+        groups.finish(run, alone);
+    }
+
 private:
     tail_pair central(double y) const { return central_ ? (*central_)(y) : beta_tails(y, a_, b_); }
     tail_pair central_mirrored(double w) const { return mirrored_ ? (*mirrored_)(w) : beta_tails(w, b_, a_); }
@@ -141,7 +170,7 @@ extern "C" void zolv_ParallelFCdf(const double* x, uint64_t n, double d1, double
     if (!f_parameters_valid(d1, d2)) return fill_missing(out, n);
     f_tail tail(d1, d2, nc, upper);
     if (n > 1) tail.prepare();
-    parallel_for(n, [&](uint64_t i) { out[i] = tail(x[i]); });
+    parallel_blocks(n, [&](uint64_t first, uint64_t count) { tail(x + first, count, out + first); });
 }
 
 extern "C" void zolv_ParallelFInvCdf(const double* p, uint64_t n, double d1, double d2, double nc,

@@ -8,6 +8,8 @@
 #include <array>
 #include <cstdint>
 
+#include "kernels/tail_pair.hpp"
+
 namespace dru::impl {
 
 inline constexpr int lane_count = 4;
@@ -92,24 +94,25 @@ using lane_indices = std::array<std::uint64_t, lane_count>;
 template <std::size_t kinds>
 class lane_groups {
 public:
-    // run(points, indices, count) for a full group; the first `count` of the points count.
+    // run(kind, points, indices, count) for a full group; the first `count` of the points count.
     template <class Run>
     void add(std::size_t kind, double x, std::uint64_t index, const Run& run) {
         group& g = groups_[kind];
         g.x[g.count] = x;
         g.index[g.count] = index;
         if (++g.count < lane_count) return;
-        run(g.x, g.index, g.count);
+        run(kind, g.x, g.index, g.count);
         g.count = 0;
     }
     // The groups that are left; alone(index) for one by itself.
     template <class Run, class Alone>
     void finish(const Run& run, const Alone& alone) {
-        for (group& g : groups_) {
+        for (std::size_t kind = 0; kind < kinds; ++kind) {
+            group& g = groups_[kind];
             if (g.count == 1) alone(g.index[0]);
             if (g.count < 2) continue;
             for (std::size_t l = g.count; l < lane_count; ++l) g.x[l] = g.x[0];
-            run(g.x, g.index, g.count);
+            run(kind, g.x, g.index, g.count);
         }
     }
 
@@ -144,5 +147,41 @@ private:
     lane_bits open_ = ~lane_bits{};
     lane_array sum_{};
 };
+
+using tail_pairs = std::array<tail_pair, lane_count>;
+
+// Both tails of each lane asked for from the sum of one: of the upper tail where upper_first says so. Where
+// hands_over(sum) holds the other is summed in its place. One call of a sum serves all lanes that ask for it.
+template <class HandsOver, class LowerSums, class UpperSums>
+tail_pairs sum_one_tail_each(const lane_choice& asked, const lane_choice& upper_first,
+                             const HandsOver& hands_over, const LowerSums& lower_sums,
+                             const UpperSums& upper_sums) {
+    tail_pairs tails{};
+    lane_choice lower_now{}, upper_now{};
+    for (std::size_t l = 0; l < lane_count; ++l) {
+        upper_now[l] = asked[l] && upper_first[l];
+        lower_now[l] = asked[l] && !upper_first[l];
+    }
+    const auto run = [&](const auto& sums, const lane_choice& now, double tail_pair::*tail,
+                         double tail_pair::*other) {
+        if (!any_chosen(now)) return;
+        const lane_array answers = sums(now);
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            if (!now[l]) continue;
+            tails[l].*tail = answers[l];
+            tails[l].*other = 1.0 - answers[l];
+        }
+    };
+    run(upper_sums, upper_now, &tail_pair::upper, &tail_pair::lower);
+    run(lower_sums, lower_now, &tail_pair::lower, &tail_pair::upper);
+    lane_choice upper_then{}, lower_then{};
+    for (std::size_t l = 0; l < lane_count; ++l) {
+        upper_then[l] = lower_now[l] && hands_over(tails[l].lower);
+        lower_then[l] = upper_now[l] && hands_over(tails[l].upper);
+    }
+    run(upper_sums, upper_then, &tail_pair::upper, &tail_pair::lower);
+    run(lower_sums, lower_then, &tail_pair::lower, &tail_pair::upper);
+    return tails;
+}
 
 }  // namespace dru::impl

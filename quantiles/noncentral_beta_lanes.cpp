@@ -9,8 +9,6 @@ namespace dru::impl {
 
 namespace {
 
-using tail_pairs = std::array<tail_pair, lane_count>;
-
 // As mixture_point of noncentral_beta.cpp, for four points.
 struct mixture_lanes {
     double ncp;
@@ -179,39 +177,7 @@ lane_array falling_sums(const mixture_lanes& m, double j1, const lane_array& rat
     return outcomes.sums();
 }
 
-// sum_one_tail for each lane: `first` names the tail that it sums first, by its place in the pair. One call
-// of a sum serves the lanes that ask for it.
-template <class LowerSums, class UpperSums>
-tail_pairs sum_one_tail_each(const lane_choice& asked, const lane_choice& upper_first,
-                             const LowerSums& lower_sums, const UpperSums& upper_sums) {
-    tail_pairs tails{};
-    lane_choice lower_now{}, upper_now{};
-    for (std::size_t l = 0; l < lane_count; ++l) {
-        upper_now[l] = asked[l] && upper_first[l];
-        lower_now[l] = asked[l] && !upper_first[l];
-    }
-    const auto run = [&](const auto& sums, const lane_choice& now, double tail_pair::*tail,
-                         double tail_pair::*other) {
-        if (!any_chosen(now)) return;
-        const lane_array answers = sums(now);
-        for (std::size_t l = 0; l < lane_count; ++l) {
-            if (!now[l]) continue;
-            tails[l].*tail = answers[l];
-            tails[l].*other = 1.0 - answers[l];
-        }
-    };
-    run(upper_sums, upper_now, &tail_pair::upper, &tail_pair::lower);
-    run(lower_sums, lower_now, &tail_pair::lower, &tail_pair::upper);
-    // A first tail above the switch, or a NaN, hands over.
-    lane_choice upper_then{}, lower_then{};
-    for (std::size_t l = 0; l < lane_count; ++l) {
-        upper_then[l] = lower_now[l] && !(tails[l].lower <= tail_switch);
-        lower_then[l] = upper_now[l] && !(tails[l].upper <= tail_switch);
-    }
-    run(upper_sums, upper_then, &tail_pair::upper, &tail_pair::lower);
-    run(lower_sums, lower_then, &tail_pair::lower, &tail_pair::upper);
-    return tails;
-}
+bool hands_over(double tail) { return !(tail <= tail_switch); }  // a NaN does
 
 lane_array ratios_at(const lane_array& at, const lane_choice& chosen, const beta_ratio_kernel& kernel,
                      double (beta_ratio_kernel::*ratio)(double) const) {
@@ -259,7 +225,7 @@ tail_pairs beta_nc_mixture::left(const lane_array& x) const {
                                   ratios_at(at, chosen, left_last(), &beta_ratio_kernel::lower), log_density);
     };
     tails = sum_one_tail_each(
-        inside, upper_first, [&](const lane_choice& c) { return sums(c, false); },
+        inside, upper_first, hands_over, [&](const lane_choice& c) { return sums(c, false); },
         [&](const lane_choice& c) { return sums(c, true); });
     for (std::size_t l = 0; l < lane_count; ++l) {
         if (!inside[l]) tails[l] = {0.0, 1.0};
@@ -294,7 +260,7 @@ tail_pairs beta_nc_mixture::right(const lane_array& y) const {
                                  log_density);
     };
     tails = sum_one_tail_each(
-        inside, upper_first, [&](const lane_choice& c) { return sums(c, false); },
+        inside, upper_first, hands_over, [&](const lane_choice& c) { return sums(c, false); },
         [&](const lane_choice& c) { return sums(c, true); });
     for (std::size_t l = 0; l < lane_count; ++l) {
         if (!inside[l]) tails[l] = {0.0, 1.0};

@@ -18,6 +18,7 @@
 #include "kernels/incomplete_gamma.hpp"
 #include "kernels/log_gamma.hpp"
 #include "kernels/tail_pair.hpp"
+#include "quantiles/lanes.hpp"
 #include "quantiles/noncentral_sums.hpp"
 #include "quantiles/prepared_once.hpp"
 
@@ -32,11 +33,14 @@ public:
     void prepare() const;
 
     tail_pair operator()(double x) const;
+    tail_pairs operator()(const lane_array& x) const;  // four points in step; noncentral_gamma_lanes.cpp
 
     double shape() const { return a_; }
     double mean_weight() const { return weights_.mean(); }
 
 private:
+    lane_array upper_sums(const lane_array& x) const;
+    lane_array lower_sums(const lane_array& x) const;
     double upper_sum(double x) const;
     double lower_sum(double x) const;
     double log_term(double k, double x) const;

@@ -193,7 +193,7 @@ lane_array t_odd_mixture::upper_sums(const points& at) const {
 void t_nc_distribution::tails_of(const double* x, std::uint64_t n, unsigned char upper, double* out) const {
     lane_groups<5> groups;
     const bool recurrence = negative_.by_recurrence();
-    const auto run = [&](const lane_array& at, const lane_indices& index, std::size_t count) {
+    const auto run = [&](std::size_t, const lane_array& at, const lane_indices& index, std::size_t count) {
         const std::array<tail_pair, lane_count> both = tails(at);
         for (std::size_t l = 0; l < count; ++l) out[index[l]] = upper != 0 ? both[l].upper : both[l].lower;
     };
