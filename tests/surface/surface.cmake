@@ -25,6 +25,25 @@ target_link_libraries(surface_every_family PRIVATE zolv)
 add_test(NAME surface.every_family COMMAND surface_every_family)
 set_tests_properties(surface.every_family PROPERTIES ${test_properties})
 
+# ---- threads of the host ---------------------------------------------------------------------------
+set(THREADS_PREFER_PTHREAD_FLAG ON)
+find_package(Threads REQUIRED)
+add_surface_program(host_threads ${surface_families})
+target_link_libraries(surface_host_threads PRIVATE zolv Threads::Threads)
+add_test(NAME surface.host_threads.8 COMMAND surface_host_threads 8 3)
+set_tests_properties(surface.host_threads.8 PROPERTIES ${test_properties}
+                     ENVIRONMENT_MODIFICATION "OMP_NUM_THREADS=set:3")
+if(ZOLV_SANITIZE MATCHES thread)
+  # That the sanitizer sees what it is asked to look for, in a program and inside the library.
+  add_executable(surface_planted_race "${surface_dir}/planted_race.cpp")
+  target_link_libraries(surface_planted_race PRIVATE zolv zolv_flags)
+  foreach(where own library)
+    add_test(NAME surface.planted_race.${where} COMMAND surface_planted_race ${where})
+    set_tests_properties(surface.planted_race.${where} PROPERTIES ${test_properties}
+                         PASS_REGULAR_EXPRESSION "WARNING: ThreadSanitizer: data race")
+  endforeach()
+endif()
+
 # ---- the header ------------------------------------------------------------------------------------
 set(surface_strict -Wall -Wextra -pedantic -Wconversion -Werror -fsyntax-only)
 foreach(compiler gcc-12 clang-14)
@@ -56,8 +75,9 @@ add_surface_script(hardening -DREADELF=${ZOLV_READELF} -DLIBRARY=$<TARGET_FILE:z
 add_surface_script(silence -DPROGRAM=$<TARGET_FILE:surface_every_family>)
 
 # ---- unusual hosts ---------------------------------------------------------------------------------
-set(THREADS_PREFER_PTHREAD_FLAG ON)
-find_package(Threads REQUIRED)
+add_test(NAME surface.host_threads.256 COMMAND surface_host_threads 256)
+set_tests_properties(surface.host_threads.256 PROPERTIES TIMEOUT 300
+                     ENVIRONMENT "OMP_NUM_THREADS=2;OPENBLAS_NUM_THREADS=2;OMP_WAIT_POLICY=passive")
 
 add_surface_program(fork_child ${surface_families})
 target_link_libraries(surface_fork_child PRIVATE zolv)
