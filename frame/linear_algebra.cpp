@@ -11,6 +11,7 @@
 #include "frame/own_stack.hpp"
 #include "frame/provider.hpp"
 #include "frame/solve.hpp"
+#include "frame/visit.hpp"
 #include "zolv.h"
 
 namespace {
@@ -44,6 +45,7 @@ zolv::provider::solve_outcome zolv::provider::SolveSquareSystem(double* A, doubl
     std::vector<integer> pivots(static_cast<std::size_t>(n));
     integer info = -1;
     const auto solve = [&] { info = LAPACKE_dgesv(LAPACK_ROW_MAJOR, n, 1, A, n, pivots.data(), b, 1); };
+    const visit here;
     if (!run_with_stack(factorisation_stack(n), solve)) return solve_outcome::no_memory;
     if (info == LAPACK_WORK_MEMORY_ERROR || info == LAPACK_TRANSPOSE_MEMORY_ERROR)
         return solve_outcome::no_memory;
@@ -93,37 +95,44 @@ void zolv_ScaleTransposeIP(double alpha, double* AB, int64_t rows, int64_t cols,
 
 void zolv_MatrixVectorProduct(double alpha, const double* A, const double* x, double beta, double* y,
                               int64_t rows, int64_t cols, int transpose) {
+    const provider::visit here;
     cblas_dgemv(CblasRowMajor, op(transpose), rows, cols, alpha, A, cols, x, 1, beta, y, 1);
 }
 
 void zolv_SymmetricMatVecProduct(double alpha, const double* Ap, const double* x, double beta, double* y,
                                  int64_t n) {
+    const provider::visit here;
     cblas_dspmv(CblasRowMajor, CblasLower, n, alpha, Ap, x, 1, beta, y, 1);
 }
 
 void zolv_SymmetricMatRankOneUpdate(double* Ap, const double* x, double alpha, int64_t n) {
+    const provider::visit here;
     cblas_dspr(CblasRowMajor, CblasLower, n, alpha, x, 1, Ap);
 }
 
 // Oddity: in these two a non-zero flag means the lower triangle, in the matrix-matrix products below the
 // upper.
 void zolv_TriangularMatVecProduct(const double* Ap, double* x, int64_t n, int lower, int transpose) {
+    const provider::visit here;
     cblas_dtpmv(CblasRowMajor, triangle(lower == 0), op(transpose), CblasNonUnit, n, Ap, x, 1);
 }
 
 void zolv_SolveTriangularSystem(const double* Ap, double* x, int64_t n, int lower, int transpose) {
+    const provider::visit here;
     cblas_dtpsv(CblasRowMajor, triangle(lower == 0), op(transpose), CblasNonUnit, n, Ap, x, 1);
 }
 
 void zolv_MatrixMatrixProduct(double alpha, const double* A, const double* B, double beta, double* C,
                               int64_t m, int64_t n, int64_t k, int transA, int transB) {
     if (m == 0 || n == 0 || k == 0) return;
+    const provider::visit here;
     cblas_dgemm(CblasRowMajor, op(transA), op(transB), m, n, k, alpha, A, transA != 0 ? m : k, B,
                 transB != 0 ? k : n, beta, C, n);
 }
 
 void zolv_MatMatTriangularProduct(double alpha, const double* A, const double* B, double beta, double* C,
                                   int64_t n, int64_t k, int transA, int transB, int upper) {
+    const provider::visit here;
     provider::cblas_dgemmt(CblasRowMajor, triangle(upper != 0), op(transA), op(transB), n, k, alpha, A,
                            transA != 0 ? n : k, B, transB != 0 ? k : n, beta, C, n);
 }
@@ -131,6 +140,7 @@ void zolv_MatMatTriangularProduct(double alpha, const double* A, const double* B
 void zolv_SymmetricMatMatProduct(double alpha, const double* A, const double* B, double beta, double* C,
                                  int64_t m, int64_t n, int right, int upper) {
     if (m == 0 || n == 0) return;
+    const provider::visit here;
     cblas_dsymm(CblasRowMajor, right != 0 ? CblasRight : CblasLeft, triangle(upper != 0), m, n, alpha, A,
                 right != 0 ? n : m, B, n, beta, C, n);
 }
@@ -138,21 +148,27 @@ void zolv_SymmetricMatMatProduct(double alpha, const double* A, const double* B,
 // ---- factorisations and solve ------------------------------------------------------------------------
 
 int zolv_CholeskyFacUnpack(double* A, int64_t n) {
+    const provider::visit here;
     return code_of(LAPACKE_dpotrf(LAPACK_ROW_MAJOR, 'L', n, A, n));
 }
 
 int zolv_CholeskyInvUnpack(double* A, int64_t n) {
     const int code = zolv_CholeskyFacUnpack(A, n);
-    return code != 0 ? code : code_of(LAPACKE_dpotri(LAPACK_ROW_MAJOR, 'L', n, A, n));
+    if (code != 0) return code;
+    const provider::visit here;
+    return code_of(LAPACKE_dpotri(LAPACK_ROW_MAJOR, 'L', n, A, n));
 }
 
 int zolv_CholeskyFacPack(double* Ap, int64_t n) {
+    const provider::visit here;
     return code_of(LAPACKE_dpptrf(LAPACK_ROW_MAJOR, 'L', n, Ap));
 }
 
 int zolv_CholeskyInvPack(double* Ap, int64_t n) {
     const int code = zolv_CholeskyFacPack(Ap, n);
-    return code != 0 ? code : code_of(LAPACKE_dpptri(LAPACK_ROW_MAJOR, 'L', n, Ap));
+    if (code != 0) return code;
+    const provider::visit here;
+    return code_of(LAPACKE_dpptri(LAPACK_ROW_MAJOR, 'L', n, Ap));
 }
 
 // The packing calls are column-major, where the lower triangle of a row-major matrix is the upper one.

@@ -40,6 +40,7 @@ if(ZOLV_SANITIZE MATCHES thread)
   foreach(where own library)
     add_test(NAME surface.planted_race.${where} COMMAND surface_planted_race ${where})
     set_tests_properties(surface.planted_race.${where} PROPERTIES ${test_properties}
+                         ENVIRONMENT_MODIFICATION "TSAN_OPTIONS=string_append: halt_on_error=1"
                          PASS_REGULAR_EXPRESSION "WARNING: ThreadSanitizer: data race")
   endforeach()
 endif()
