@@ -110,6 +110,17 @@ add_surface_program(control_state)
 target_link_libraries(surface_control_state PRIVATE ${CMAKE_DL_LIBS})
 add_test(NAME surface.control_state COMMAND surface_control_state $<TARGET_FILE:surface_families_module>)
 
+add_surface_program(odd_states)
+target_link_libraries(surface_odd_states PRIVATE ${CMAKE_DL_LIBS})
+add_test(NAME surface.odd_states COMMAND surface_odd_states $<TARGET_FILE:surface_families_module>)
+set_tests_properties(surface.odd_states PROPERTIES TIMEOUT 900)
+
+add_surface_program(german_locale ${surface_families})
+target_link_libraries(surface_german_locale PRIVATE zolv)
+add_test(NAME surface.german_locale
+         COMMAND "${surface_dir}/german_locale.sh" $<TARGET_FILE:surface_german_locale>)
+set_tests_properties(surface.german_locale PROPERTIES SKIP_RETURN_CODE 77)
+
 # Teams of several threads even where the machine has few processors.
 set_tests_properties(surface.fork_child surface.fork_child.reproducible surface.dlopen_cycles surface.gomp_first
                      PROPERTIES ENVIRONMENT "OMP_NUM_THREADS=3;OPENBLAS_NUM_THREADS=3" TIMEOUT 120)
