@@ -7,6 +7,7 @@
 //   array     the array form on a team of one
 #include <omp.h>
 
+#include "plain/binomial.hpp"
 #include "plain/t.hpp"
 #include "support/library_answers.hpp"
 
@@ -46,8 +47,11 @@ answer plain_answers(const question& q) {
             return chosen([=](double x) { return plain::f_pdf(x, a, b, c); },
                           [=](double x) { return plain::f_cdf(x, a, b, c, u); },
                           [=](double p) { return plain::f_inv_cdf(p, a, b, c, u); });
-        case family::normal:
         case family::binomial:
+            return chosen([=](double x) { return plain::binomial_pdf(x, a, b); },
+                          [=](double x) { return plain::binomial_cdf(x, a, b, u); },
+                          [=](double p) { return plain::binomial_inv_cdf(p, a, b, u); });
+        case family::normal:  // its forms differ by one exponential of the quantile
             break;
     }
     return {};

@@ -2,9 +2,8 @@
 // one use to the next. The judge of the library's prepared objects.
 #pragma once
 
-#include "distributions/t_saddle.hpp"
 #include "plain/noncentral_beta.hpp"
-#include "quantiles/noncentral_t_negative.hpp"
+#include "plain/t_saddle.hpp"
 
 namespace zolv_test::plain {
 
@@ -81,8 +80,8 @@ inline double t_nc_pdf_negative(double x, double df, double nc) {
         return r * at / (2.0 * at + 1.0) * older -
                e * at * gamma_stirling(at + 0.5) * q / (2.0 * at + 1.0) / gamma_stirling(at + 1.0) * newer;
     };
-    const auto first = dru::impl::t_nc_pdf_saddle(std::sqrt(H + 0.5) * u, 2.0 * H + 1.0, nc);
-    const auto second = dru::impl::t_nc_pdf_saddle(std::sqrt(H) * u, 2.0 * H, nc);
+    const auto first = t_nc_pdf_saddle(std::sqrt(H + 0.5) * u, 2.0 * H + 1.0, nc);
+    const auto second = t_nc_pdf_saddle(std::sqrt(H) * u, 2.0 * H, nc);
     const double v = std::log(first.correction) + first.log_part + 0.5 * std::log(H + 0.5);
     double C = 0.0, D = 0.0, older, newer;
     if (v >= log_dbl_min) {
@@ -117,12 +116,12 @@ inline double t_nc_pdf_negative(double x, double df, double nc) {
     return L < log_dbl_min ? 0.0 : std::exp(L);
 }
 
-// df > 0, finite x, nc below 2000 in size; the saddle-point form has no other.
+// df > 0, finite x, nc below 2000 in size.
 inline double t_pdf(double x, double df, double nc) {
     if (nc == 0.0) return settled(t_pdf_central(x, df));
     if (nc < 0.0) x = -x, nc = -nc;
     if (x < 0.0 && nc > 21.417) return 0.0;
-    if (df >= 50.0) return settled(dru::impl::t_nc_pdf_saddle(x, df, nc).density);
+    if (df >= 50.0) return settled(t_nc_pdf_saddle(x, df, nc).density);
     if (x < 0.0) return settled(t_nc_pdf_negative(x, df, nc));
     return settled(t_nc_pdf_series(x, df, nc));
 }
@@ -236,14 +235,14 @@ inline tail_pair t_nc_tails_positive(double x, double df, double ncp) {
 inline tail_pair t_nc_tails_negative(double x, double df, double ncp) {
     if (ncp > 21.274) return {0.0, 1.0};
     const double h = df / 2.0;
-    if (h >= 1000.0) return dru::impl::t_nc_tails_large_df(x, df, ncp);
+    if (h >= 1000.0) return t_nc_tails_large_df(x, df, ncp);
     const double c = x / std::sqrt(h);
     const auto E = [&](double z) {
-        return dru::impl::t_nc_pdf_saddle(std::sqrt(z) * c, 2.0 * z, ncp).log_part + std::log(-0.5 * c) -
+        return t_nc_pdf_saddle(std::sqrt(z) * c, 2.0 * z, ncp).log_part + std::log(-0.5 * c) -
                0.5 * std::log(z);
     };
-    double previous = dru::impl::t_nc_pdf_saddle(31.622776601683793 * c, 2000.0, ncp).log_part +
-                      std::log(-0.5 * c) - 0.5 * std::log(1000.0);
+    double previous = t_nc_pdf_saddle(31.622776601683793 * c, 2000.0, ncp).log_part + std::log(-0.5 * c) -
+                      0.5 * std::log(1000.0);
     double I = 1000.0;
     if (previous < -690.7755) {
         double lo = 0.0, hi = 1000.0;
@@ -257,9 +256,9 @@ inline tail_pair t_nc_tails_negative(double x, double df, double ncp) {
     }
     const double m = std::ceil(I - h), H = m + h;
     if (h > H) return {0.0, 1.0};
-    const double A0 = dru::impl::t_nc_tails_large_df(c * std::sqrt(H), 2.0 * H, ncp).lower;
-    const auto at_H = dru::impl::t_nc_pdf_saddle(c * std::sqrt(H), 2.0 * H, ncp);
-    const auto above = dru::impl::t_nc_pdf_saddle(c * std::sqrt(H + 0.5), 2.0 * H + 1.0, ncp);
+    const double A0 = t_nc_tails_large_df(c * std::sqrt(H), 2.0 * H, ncp).lower;
+    const auto at_H = t_nc_pdf_saddle(c * std::sqrt(H), 2.0 * H, ncp);
+    const auto above = t_nc_pdf_saddle(c * std::sqrt(H + 0.5), 2.0 * H + 1.0, ncp);
     double newer = std::exp(at_H.log_part) * at_H.correction * 0.5 * c / std::sqrt(H);
     double older = std::exp(above.log_part) * above.correction * 0.5 * c / std::sqrt(H + 0.5);
     const double r = c * c + 2.0, q = std::sqrt(r), e = c * ncp / q;
