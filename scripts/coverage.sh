@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Which lines and branches of the library's own sources the tests run: builds with g++ and --coverage in
-# build/coverage, runs all tests, prints a table per folder and whatever is not covered, and fails below 100 % of
+# build/coverage, runs the tests, prints a table per folder and whatever is not covered, and fails below 100 % of
 # lines or 97 % of branches. A branch that only an exception takes is none.
 #
 #     scripts/coverage.sh             about ten minutes
@@ -24,9 +24,10 @@ if [ "${1:-}" != --report ]; then
         -DCMAKE_CXX_FLAGS="-O0 --coverage -fprofile-update=atomic" -DZOLV_WERROR=OFF > /dev/null
     cmake --build $build
     find $build -name '*.gcda' -delete
-    ctest --test-dir $build --output-on-failure -j "${CTEST_PARALLEL_LEVEL:-2}" > $build/tests.log 2>&1 ||
-        { tail -n 40 $build/tests.log; exit 1; }
-    tail -n 3 $build/tests.log
+    for program in $build/tests/*_test; do  # each whole: a process per test would read and write all counters
+        case $program in */surface_*) continue ;; esac
+        "$program" --gtest_brief=1 > $build/tests.log 2>&1 || { cat $build/tests.log; exit 1; }
+    done
 fi
 filters=()
 for folder in "${folders[@]}"; do filters+=(--filter "$folder/"); done
