@@ -313,9 +313,11 @@ TEST(LogGammaPdf, WhichLogarithmIsTaken) {
     EXPECT_SAME_BITS(log_gamma_pdf(3.0, 3.0), with(3.0, 3.0, 0.0));
     EXPECT_SAME_BITS(log_gamma_pdf(3.0, 4.0), with(3.0, 4.0, log1p_small(1.0 / 3.0)));
     EXPECT_SAME_BITS(log_gamma_pdf(4.0, 3.0), with(4.0, 3.0, -log1p_small(1.0 / 3.0)));
-    // One itself is on neither side: near it the series is what differs from the logarithms.
-    EXPECT_SAME_BITS(log_gamma_pdf(1.009, 1.0), with(1.009, 1.0, -log1p_small(1.009 - 1.0)));
-    EXPECT_SAME_BITS(log_gamma_pdf(0.998, 1.0), with(0.998, 1.0, log1p_small((1.0 - 0.998) / 0.998)));
+    // One itself is on neither side: near it the series differs from the logarithms, for these shapes to the
+    // end.
+    EXPECT_SAME_BITS(log_gamma_pdf(1.017278, 1.0), with(1.017278, 1.0, -log1p_small(1.017278 - 1.0)));
+    EXPECT_SAME_BITS(log_gamma_pdf(0.980152, 1.0),
+                     with(0.980152, 1.0, log1p_small((1.0 - 0.980152) / 0.980152)));
     // Shape 0: no remainder is taken, and the limit of the density is 0.
     EXPECT_SAME_BITS(log_gamma_pdf(0.0, 0.5), -inf);
     EXPECT_SAME_BITS(log_gamma_pdf(0.0, 2.0), -inf);
