@@ -95,12 +95,4 @@ def drawn(root, folders, count, seed, least=3):
         share = min(len(places), max(least, round(count * len(places) / total)))
         chosen += [(file, *place) for place in draw.sample(places, share)]
     draw.shuffle(chosen)
-    return chosen[:count] if len(chosen) > count * 1.3 else chosen, total
-
-
-if __name__ == "__main__":
-    root = Path(__file__).resolve().parents[2]
-    places, total = drawn(root, FOLDERS[:6], 540, 1)
-    print(len(places), "of", total)
-    for place in places[:40]:
-        print(place)
+    return chosen, total

@@ -180,12 +180,15 @@ class Laboratory:
         def rank(test):
             where, name = test.split("/")[1], Path(test).stem[:-len("_test")]
             own = where == folder and (name.startswith(stem) or stem.startswith(name))
-            slow = self.seconds[test] > 2.0
+            slow = self.seconds[test] > 5.0
             return (slow, not own, order.index(where) if self.seconds[test] > 0.15 else 0, self.seconds[test])
 
         users = {f for f in self.library if file in self.includes[f]}
-        return sorted((t for t in self.tests if t.split("/")[1] in order and not (self.quick and rank(t)[:2] == (True, True)) and
-                       (file in self.includes[t] or users & self.reached[t])), key=rank)
+        able = [t for t in self.tests if t.split("/")[1] in order and
+                (file in self.includes[t] or users & self.reached[t])]
+        if self.quick:
+            able = [t for t in able if rank(t)[:2] != (True, True)]
+        return sorted(able, key=rank)
 
     def fails(self, test, preload, exe=None):
         limit = 3 * self.seconds[test] + 3
@@ -235,7 +238,7 @@ class Laboratory:
                        if not header else
                        ["clang++-14", "-shared", *[mutant / (self.flat(u) + ".o") for u in users], "-o", preload]) == 0
         # A program that has been built again is dear: those that need not be come first.
-        for test in sorted(watchers, key=lambda t: (self.seconds[t] > 2.0, t in changed)):
+        for test in sorted(watchers, key=lambda t: (self.seconds[t] > 5.0, t in changed)):
             exe = rebuilt(test) if test in changed else None
             if test in changed and exe is None:
                 return "did not compile", test, ""
@@ -292,8 +295,8 @@ def apply(row):
 
 def summary(rows):
     reasons = known_equivalents()
-    print(f"{'folder':14}{'places':>8}{'compiled':>10}{'equivalent':>12}{'killed':>8}{'with golden':>13}{'survived':>10}"
-          f"{'rate':>8}")
+    print(f"{'folder':14}{'places':>8}{'compiled':>10}{'equivalent':>12}{'killed':>8}{'with golden':>13}"
+          f"{'survived':>10}{'rate':>8}")
     folders = [f for f in places.FOLDERS if any(r["file"].startswith(f + "/") for r in rows)]
     for folder in folders + ["all"]:
         part = [r for r in rows if folder == "all" or r["file"].startswith(folder + "/")]
@@ -347,7 +350,7 @@ def main():
             row["result"], row["by"], row["golden"] = "gone", "", ""
         row["seconds"] = f"{time.time() - start:.1f}"
         rows.append(row)
-        write(asked.results, rows)
+        write(asked.results, rows + (todo[number:] if asked.again else []))
         print(f"{number}/{len(todo)} {(time.time() - begun) / 60:.1f} min {row['result']:10} {row['seconds']:>5} s "
               f"{row['file']}:{row['line']} {row['old'].strip()} -> {row['new'].strip()} {row['by']} {row['golden']}",
               flush=True)
