@@ -2,7 +2,11 @@
 //
 // A bad success probability is answered before anything else: with the missing value, and in the array forms
 // for every element. The kernels always work with a probability of at most one half.
+#include <array>
+#include <atomic>
+#include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 #include "distributions/binomial_kernels.hpp"
@@ -60,6 +64,35 @@ private:
     binomial_distribution distribution_;
 };
 
+// What an array has asked for at whole numbers 0 to n, kept for its repeats. Whichever thread comes first
+// works a value out; two that come together store the same bits.
+class asked_values {
+public:
+    asked_values(double n, std::uint64_t count)
+        : size_(n < longest && n < worth * static_cast<double>(count) ? static_cast<std::size_t>(n) + 1 : 0) {
+        for (std::size_t k = 0; k < size_; ++k) values_[k].store(not_asked, std::memory_order_relaxed);
+    }
+
+    template <class Value>
+    double operator()(double k, const Value& value) {
+        if (!(k < static_cast<double>(size_)) || std::signbit(k) || std::floor(k) != k) return value(k);
+        std::atomic<std::uint64_t>& kept = values_[static_cast<std::size_t>(k)];
+        const std::uint64_t bits = kept.load(std::memory_order_relaxed);
+        if (bits != not_asked) return std::bit_cast<double>(bits);
+        const double answer = value(k);
+        kept.store(std::bit_cast<std::uint64_t>(answer), std::memory_order_relaxed);
+        return answer;
+    }
+
+private:
+    static constexpr double longest = 1024.0;
+    static constexpr double worth = 4.0;  // entries per element: clearing one costs far less than a value
+    static constexpr std::uint64_t not_asked = 0x7FF4000000000001;  // a NaN that no routine gives
+
+    std::size_t size_;
+    std::array<std::atomic<std::uint64_t>, 1024> values_;  // the first size_ of them
+};
+
 // The quantile for one (n, prob, tail) and many p, with the ends of the ranges settled.
 class binomial_inverse {
 public:
@@ -105,7 +138,8 @@ extern "C" void zolv_ParallelBinomialPdf(const double* x, uint64_t count, uint32
                                          double* out) {
     if (!is_probability(prob)) return fill_missing(out, count);
     const binomial_mass mass(n, prob);
-    parallel_for(count, [&](uint64_t i) { out[i] = mass(x[i]); });
+    asked_values asked(n, count);
+    parallel_for(count, [&](uint64_t i) { out[i] = asked(x[i], mass); });
 }
 
 // Oddity: the upper tail takes floor((n - 1) - x) with n - 1 a signed 32-bit integer, the scalar form
@@ -114,13 +148,14 @@ extern "C" void zolv_ParallelBinomialPdf(const double* x, uint64_t count, uint32
 extern "C" void zolv_ParallelBinomialCdf(const double* x, uint64_t count, uint32_t n, double prob,
                                          unsigned char upper, double* out) {
     if (!is_probability(prob)) return fill_missing(out, count);
+    asked_values asked(n, count);
     if (upper != 0) {
         const binomial_lower_tail tail(n, 1.0 - prob);
         const double last = static_cast<int32_t>(n - 1u);  // modulo 2^32, like the unsigned difference
-        parallel_for(count, [&](uint64_t i) { out[i] = tail(std::floor(last - x[i])); });
+        parallel_for(count, [&](uint64_t i) { out[i] = asked(std::floor(last - x[i]), tail); });
     } else {
         const binomial_lower_tail tail(n, prob);
-        parallel_for(count, [&](uint64_t i) { out[i] = tail(std::floor(x[i])); });
+        parallel_for(count, [&](uint64_t i) { out[i] = asked(std::floor(x[i]), tail); });
     }
 }
 

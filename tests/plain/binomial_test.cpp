@@ -32,7 +32,8 @@ std::vector<double> points(Random& random, int count, double n, double prob) {
     std::vector<double> x;
     while (static_cast<int>(x.size()) < count) {
         double at = std::floor(mean + sd * random.between(-6.0, 6.0));
-        if (random.chance(8)) at = random.one_of({-1.0, 0.0, 1.0, n - 1.0, n, n + 1.0, 22499.0, 22500.0});
+        if (random.chance(8))
+            at = random.one_of({-1.0, -0.0, 0.0, 1.0, n - 1.0, n, n + 1.0, 22499.0, 22500.0});
         if (random.chance(8)) at = std::floor(random.between(0.0, n));
         if (random.chance(20)) at = std::floor(mean + 25.0 * sd * (random.chance(2) ? 1.0 : -1.0));
         if (random.chance(20)) at = at + 0.5;
