@@ -82,14 +82,21 @@ void quantiles(input& in, const parameters& of, unsigned char upper, const std::
         if (p[i] == 0.0 || p[i] == 1.0)
             require(std::isinf(said[i]) && (said[i] > 0.0) == ((p[i] == 1.0) == (upper == 0)),
                     "the quantile of an end", {p[i], of.df, of.nc, said[i]});
-        if (of.nc != 0.0 || of.df < 1.0 || of.df > 1e4 || !(p[i] > 1e-6 && p[i] < 1.0 - 1e-6)) continue;
+        if (of.df < 1.0 || of.df > 1e4 || !(p[i] > 1e-6 && p[i] < 1.0 - 1e-6)) continue;
         const auto rising = [&](double x) {
-            return upper != 0 ? -zolv_TCdf(x, of.df, 0.0, 1) : zolv_TCdf(x, of.df, 0.0, 0);
+            return upper != 0 ? -zolv_TCdf(x, of.df, of.nc, 1) : zolv_TCdf(x, of.df, of.nc, 0);
         };
-        // 1 - w is formed by subtraction: an error of 1e-16 x^2 / df.
-        const double relative = 1e-9 + 1e-14 * said[i] * said[i] / of.df;
-        require(brackets(said[i], relative, 1e-9, upper != 0 ? -p[i] : p[i], 1e-11 * p[i], rising),
-                "the tail at the quantile", {p[i], of.df, said[i]});
+        const double target = upper != 0 ? -p[i] : p[i];
+        if (of.nc == 0.0) {
+            // 1 - w is formed by subtraction: an error of 1e-16 x^2 / df.
+            const double relative = 1e-9 + 1e-14 * said[i] * said[i] / of.df;
+            require(brackets(said[i], relative, 1e-9, target, 1e-11 * p[i], rising),
+                    "the tail at the quantile", {p[i], of.df, said[i]});
+        } else if (std::fabs(of.nc) >= 1.0 && std::fabs(of.nc) <= 15.0 && of.df <= 500.0) {
+            // The tails of the two sides of 0 and of nc meet to a few digits less.
+            require(brackets(said[i], 1e-6, 1e-6, target, 1e-6, rising),
+                    "the noncentral tail at the quantile", {p[i], of.df, of.nc, double(upper), said[i]});
+        }
     }
 }
 
