@@ -596,8 +596,8 @@ ZOLV_API double zolv_TPdf(double x, double df, double nc);
  * - just above nc, for nc below about 0.6, the upper sum ends when 0.9 of its own weight is reached: absolute
  *   error up to 5e-4 (2e-3 for df near 0.1); with df below 0.1 up to 2e-2, for nc up to 2.5;
  * - for nc below 2e-16 but not 0 both tails are the sign-set NaN: take nc = 0;
- * - an upper tail below about 1e-309 sends the work to the other sum, and comes back as what 1e-11 of rounding
- *   leaves of 1 - 1;
+ * - an upper tail below about 1e-307 sends the work to the other sum, and comes back as minus infinity or as what
+ *   1e-11 of rounding leaves of 1 - 1;
  * - for nc above 1200 and x so far from it that more than 750000 terms lie between, for all x from nc = 1.3e5 on,
  *   a lower tail of 1.797e308 and an upper one of -1.797e308 say so; from nc = 1.3e8 on the sign-set NaN does;
  * - with df above 1e307, and above 1e107 with nc above 140, nothing is right.

@@ -55,6 +55,10 @@ TEST(ExtremeArguments, ADensityThatOverflowsMakesTheTailsInfinite) {
     EXPECT_EQ(zolv_TCdf(1e-5, 5.4e-322, 0.0, 0), infinity);
     EXPECT_EQ(zolv_TCdf(1e-5, 1e306, 0.0, 0), infinity);
     EXPECT_EQ(zolv_TCdf(1e-160, 1e10, 0.0, 0), 0.5);
+    // An upper tail of 1e-308 is left to the lower sum, where the ratio of tail to density is beyond a
+    // double.
+    EXPECT_EQ(zolv_TCdf(38.0, 99975.408761978018, 0.0055601520730180114, 0), infinity);
+    EXPECT_EQ(zolv_TCdf(38.0, 99975.408761978018, 0.0055601520730180114, 1), -infinity);
     EXPECT_EQ(zolv_FCdf(1e-6, 7e-317, 0.01, 0.0, 0), -infinity);
 }
 

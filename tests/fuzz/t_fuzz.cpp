@@ -37,6 +37,8 @@ bool tails_are_sound(const parameters& of, double x) {
     if (of.nc == 0.0) return of.df > 1e-290 && of.df < 1e290;  // the density may be infinite
     const double nc = std::fabs(of.nc), df = of.df;
     const bool same_side = of.nc > 0.0 ? x >= 0.0 : x <= 0.0;
+    // A lower ratio overflows where the upper tail is next to the end of a double's range.
+    if (same_side && !(zolv_TPdf(x, df, of.nc) > 1e-280)) return false;
     if (same_side) return nc > 1e-12 && nc <= 40.0 && df >= 0.1 && df <= 1e9;
     return df <= 1e5 && nc > 1e-12 && nc < 21.0 && (df < 2000.0 || nc + std::fabs(x) > 0.5) &&
            std::fabs(x) * std::sqrt(2000.0 / df) + nc > 0.5;
