@@ -148,6 +148,7 @@ void zolv_SymmetricMatMatProduct(double alpha, const double* A, const double* B,
 // ---- factorisations and solve ------------------------------------------------------------------------
 
 int zolv_CholeskyFacUnpack(double* A, int64_t n) {
+    if (n < 0) return zolv_code_not_positive_definite;
     const provider::visit here;
     return code_of(LAPACKE_dpotrf(LAPACK_ROW_MAJOR, 'L', n, A, n));
 }
@@ -160,6 +161,8 @@ int zolv_CholeskyInvUnpack(double* A, int64_t n) {
 }
 
 int zolv_CholeskyFacPack(double* Ap, int64_t n) {
+    if (n < 0)
+        return zolv_code_not_positive_definite;  // LAPACKE looks for NaNs in n (n + 1) / 2 elements first
     const provider::visit here;
     return code_of(LAPACKE_dpptrf(LAPACK_ROW_MAJOR, 'L', n, Ap));
 }

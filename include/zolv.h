@@ -230,8 +230,9 @@ ZOLV_API int zolv_IsMinusInfinity(double x);
  * NaN, infinite values   go through the arithmetic. As usual in this interface a factor of exactly 0 may
  *              leave an operand unread: beta = 0 overwrites y or C whatever it held, and alpha = 0 may hide
  *              a NaN of A, B or x.
- * Threads      may run at once on different data; of more than 64 at once some wait for a turn. Large matrix products and solves use the provider's own
- *              threads; their last bits may depend on how many those are (see zolv_SetMKLReproducibility).
+ * Threads      may run at once on different data; of more than 64 at once some wait for a turn. Large matrix
+ *              products and solves use the provider's own threads; their last bits may depend on how many those
+ *              are (see zolv_SetMKLReproducibility).
  * Source       BLAS (Lawson et al. 1979; Dongarra et al. 1988, 1990) and LAPACK, by their CBLAS and LAPACKE
  *              interfaces. */
 

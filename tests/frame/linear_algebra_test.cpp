@@ -520,4 +520,17 @@ TEST(Reproducibility, ReturnsTheProvidersStatusEachTime) {
     EXPECT_EQ(zolv_SetMKLReproducibility(), 0);
 }
 
+// The scan for NaNs used to read n (n + 1) / 2 elements, a positive number, before n was looked at.
+TEST(Cholesky, ANegativeOrderReadsNothing) {
+    for (const int64_t n :
+         {int64_t{-1}, int64_t{-2}, int64_t{-2147483648}, std::numeric_limits<int64_t>::min()}) {
+        double a = 4.0;
+        EXPECT_EQ(zolv_CholeskyFacPack(&a, n), 30007);
+        EXPECT_EQ(zolv_CholeskyInvPack(&a, n), 30007);
+        EXPECT_EQ(zolv_CholeskyFacUnpack(&a, n), 30007);
+        EXPECT_EQ(zolv_CholeskyInvUnpack(&a, n), 30007);
+        EXPECT_EQ(a, 4.0);
+    }
+}
+
 }  // namespace

@@ -35,13 +35,15 @@ int main(int argc, char** argv) {
         return 3;
     }
     pthread_t* const thread = calloc((size_t)hosts, sizeof *thread);
+    double** const results = calloc((size_t)hosts, sizeof *results);
+    if (thread == NULL || results == NULL) return 4;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, stack_bytes);
     pthread_barrier_init(&start, NULL, (unsigned)hosts);
     for (int i = 0; i < hosts; ++i) {
-        double* const results = malloc((size_t)count * sizeof *results);
-        if (results == NULL || pthread_create(&thread[i], &attributes, run, results) != 0) {
+        results[i] = malloc((size_t)count * sizeof *results[i]);
+        if (results[i] == NULL || pthread_create(&thread[i], &attributes, run, results[i]) != 0) {
             fprintf(stderr, "no thread %d\n", i);
             exit(4);
         }
@@ -51,7 +53,10 @@ int main(int argc, char** argv) {
         void* failed = NULL;
         pthread_join(thread[i], &failed);
         wrong += failed != NULL;
+        free(results[i]);
     }
+    free(results);
+    free(thread);
     if (wrong != 0) fprintf(stderr, "%d of %d threads got other results\n", wrong, hosts);
     return wrong != 0;
 }
