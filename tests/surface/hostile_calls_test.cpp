@@ -133,7 +133,9 @@ TEST_F(HostileCalls, BoxCoxLambda) {
             zolv_GetBoxCoxLambda(x.data(), d.pick(counts), d.pick(integers), lower, upper, tolerance, out);
         EXPECT_TRUE(code == 0 || code == 30025) << code;
         EXPECT_EQ(out[1], 7.5);
-        if (code != 0) EXPECT_MISSING(out[0]);
+        if (code != 0) {
+            EXPECT_MISSING(out[0]);
+        }
     }
 }
 
