@@ -52,7 +52,7 @@ void tails(input& in, const parameters& of, unsigned char upper, const std::vect
         if (x[i] > 0.0 && y > 0.0 && y < 1.0 && !of.has_mixture())
             require(is_sign_set_nan(said[i]), "no tail for a bad nc", {x[i], of.d1, of.d2, of.nc, said[i]});
         // As in the beta family, a density may be infinite next to the ends of a double's range.
-        if (std::isnan(said[i]) || of.extreme() || y < 1e-305 || of.d2 / 2.0 / (of.d2 / 2.0 + t) < 1e-305)
+        if (std::isnan(said[i]) || of.extreme() || y < 1e-250 || of.d2 / 2.0 / (of.d2 / 2.0 + t) < 1e-250)
             continue;
         require(said[i] >= -1e-6 && said[i] <= 1.0 + 1e-6, "a tail in [0, 1]",
                 {x[i], of.d1, of.d2, of.nc, said[i]});
