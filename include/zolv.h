@@ -940,7 +940,8 @@ ZOLV_API double zolv_FPdf(double x, double d1, double d2, double nc);
  * 0.02. The larger tail is one minus it. A noncentral tail below about 1e-300 is 0.
  * Oddity: a sum of more than 750000 terms to or from its largest term counts as 0, and the other tail as 1. For nc above
  * 1e10 that is every sum, and the tails jump between 0 and 1 at x = 1 + 2 nc / d1. A sum ends early once it is above
- * 0.9, where the other tail is then summed and its complement taken. A tail is not clamped.
+ * 0.9, where the other tail is then summed and its complement taken. A tail is not clamped; with d1 + d2 below 4e-16 and
+ * an nc of some units a lower tail may be plus, and the upper minus infinity.
  * Threads: any number at once. */
 ZOLV_API double zolv_FCdf(double x, double d1, double d2, double nc, unsigned char upper);
 

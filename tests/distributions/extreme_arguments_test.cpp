@@ -24,6 +24,18 @@ TEST(ExtremeArguments, ABinomialProbabilityOfMinusZeroHasNoMassBetweenTheEnds) {
     EXPECT_EQ(zolv_BinomialInvCdf(0.5, 90, -0.0, 1), 0.0);
 }
 
+// c + 1 - 1 is 0 for c = (d1 + d2) / 2 below the spacing of the doubles next to 1: the recurrence divides by
+// it.
+TEST(ExtremeArguments, NoncentralFTailsOfShapesLostBesideOneAreInfinite) {
+    const double nc = 25.804615227743717;
+    for (const double x : {1.6055547208668622e+41, 3.1282249082983705e+295}) {
+        EXPECT_EQ(zolv_FCdf(x, 1e-16, 1e-16, nc, 0), infinity);
+        EXPECT_EQ(zolv_FCdf(x, 1e-16, 1e-16, nc, 1), -infinity);
+        EXPECT_GT(zolv_FCdf(x, 1e-14, 1e-14, nc, 0), 0.0);
+        EXPECT_LT(zolv_FCdf(x, 1e-14, 1e-14, nc, 0), 1.0);
+    }
+}
+
 // Half of the smallest number is 0, on either side.
 TEST(ExtremeArguments, TheChiSquarePointNextToZeroIsZero) {
     for (const double x : {least, -least}) {
