@@ -823,7 +823,8 @@ ZOLV_API double zolv_BetaPdf(double x, double a, double b);
  * close to 1, pass 1 - x with the shapes exchanged and the other tail if 1 - x is known to more digits.
  * Oddity: a tail is the density times a ratio and is not clamped: next to 1 it may exceed 1 by rounding. With a shape
  * below 1e-307, and at a subnormal x or 1 - x with shapes that add up to 1e15 or more, the density overflows: the tails
- * are then plus and minus infinity.
+ * are then plus and minus infinity. With shapes above 1e13 a unit in the last place of the density's logarithm is no
+ * longer small, and the tails may leave [0, 1].
  * Source: ratio of tail to density by backward recurrence and continued fraction (Abramowitz & Stegun 26.5);
  * for a b / (a + b) >= 10000 an expansion about the normal tail, about 8 significant digits.
  * Threads: any number at once. */

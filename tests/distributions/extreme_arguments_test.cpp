@@ -36,6 +36,15 @@ TEST(ExtremeArguments, NoncentralFTailsOfShapesLostBesideOneAreInfinite) {
     }
 }
 
+// The logarithm of the density is a difference of terms of the shapes' size: beyond 1e13 its rounding is no
+// longer small, and the tails, which are the density times a ratio, leave [0, 1].
+TEST(ExtremeArguments, TailsOfShapesBeyondTheDigitsAreNotClamped) {
+    const double x = std::nextafter(1.0, 2.0), d1 = 3.5525934213941878e+59, d2 = 1.0587960007731823e+59;
+    EXPECT_LT(zolv_FCdf(x, d1, d2, 0.0, 0), 0.0);
+    EXPECT_GT(zolv_FCdf(x, d1, d2, 0.0, 1), 1.0);
+    EXPECT_NEAR(zolv_FCdf(x, 3.5e12, 1e12, 0.0, 0), 0.5, 1e-6);  // the middle, but for a sd of 1e-10
+}
+
 // Half of the smallest number is 0, on either side.
 TEST(ExtremeArguments, TheChiSquarePointNextToZeroIsZero) {
     for (const double x : {least, -least}) {

@@ -14,8 +14,9 @@ constexpr argument shape{-2.0, 5.0, false, shape_thresholds};
 struct parameters {
     double a, b;
     bool valid() const { return a > 0.0 && std::isfinite(a) && b > 0.0 && std::isfinite(b); }
-    // Where the saddle-point form leaves the range of a double.
-    bool extreme() const { return a < 1e-290 || b < 1e-290 || a > 1e290 || b > 1e290; }
+    // Where a density leaves the range of a double, and where a unit in the last place of its logarithm is
+    // no longer small: nothing clamps the tails there.
+    bool extreme() const { return a < 1e-100 || b < 1e-100 || a > 1e13 || b > 1e13; }
     bool ordinary() const { return a >= 0.05 && a <= 1e5 && b >= 0.05 && b <= 1e5; }
 };
 
@@ -46,7 +47,7 @@ void tails(input& in, const parameters& of, unsigned char upper, const std::vect
         if (!of.valid() || std::isnan(said[i])) continue;
         // A tail is the density times a ratio and is not clamped; next to the ends of a double's range the
         // density itself is infinite.
-        if (of.extreme() || (x[i] > 0.0 && x[i] < 1e-305)) continue;
+        if (of.extreme() || (x[i] > 0.0 && x[i] < 1e-200)) continue;
         const double slack = of.ordinary() ? 1e-12 : 1e-6;
         require(said[i] >= -slack && said[i] <= 1.0 + slack, "a tail in [0, 1]", {x[i], of.a, of.b, said[i]});
         const double other = zolv_BetaCdf(x[i], of.a, of.b, upper != 0 ? 0 : 1);
@@ -76,7 +77,7 @@ void quantiles(input& in, const parameters& of, unsigned char upper, const std::
         const auto rising = [&](double x) {
             return upper != 0 ? -zolv_BetaCdf(x, of.a, of.b, 1) : zolv_BetaCdf(x, of.a, of.b, 0);
         };
-        require(brackets(said[i], 1e-9, 1e-15, upper != 0 ? -p[i] : p[i], 1e-11 * p[i], rising),
+        require(brackets(said[i], 1e-9, 1e-15, upper != 0 ? -p[i] : p[i], 1e-10 * p[i], rising),
                 "the tail at the quantile", {p[i], of.a, of.b, said[i]});
     }
 }

