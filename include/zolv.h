@@ -1533,6 +1533,7 @@ ZOLV_API int zolv_GetBoxCoxLambda(const double* series, int count, int groupLeng
  *
  * Columns whose norm, after the earlier ones are taken out, is not above 1e-12 are dropped as dependent. The
  * limit is absolute: rescale a series in very small units.
+ * Oddity: with regression 3 a statistic above 1.34e154 has the sign-set NaN as its p-value.
  * Oddity: if columns ahead of the lags are dropped (a straight line has its level in the trend), the choice of
  * lagMethod 0 to 2 may come out negative, which asks for the default number, above `lags` even.
  * Oddity: if the longest lags are dropped, sampleSize is that of the last lag kept, and the residual sum of

@@ -43,6 +43,16 @@ constexpr Edges edges[] = {{0, -18.83, 2.74, -1.61},
 
 }  // namespace
 
+// Without deterministic terms there is no upper end: from 1.4e154 on, where the square overflows, the cubic
+// is infinity less infinity.
+TEST(MacKinnon, AStatisticWhoseSquareOverflowsHasNoProbability) {
+    for (const double statistic : {3.0, 1e100, 1e154})
+        EXPECT_NEAR(Values(3, statistic, 50).pValue, 1.0, 0.01);
+    for (const double statistic : {1.4e154, 1.5111894554172981e+307})
+        EXPECT_SIGN_SET_NAN(Values(3, statistic, 50).pValue);
+    for (const int regression : {0, 1, 2}) EXPECT_EQ(Values(regression, 1.5e307, 50).pValue, 1.0);
+}
+
 // unit_root_bits.py is a second writing of the tables and formulas.
 TEST(MacKinnon, HasTheBitsOfASecondWriting) {
     const reference_table table("unit_root_bits_values");
