@@ -77,7 +77,7 @@ void quantiles(input& in, const parameters& of, unsigned char upper, const std::
         const auto rising = [&](double x) {
             return upper != 0 ? -zolv_BetaCdf(x, of.a, of.b, 1) : zolv_BetaCdf(x, of.a, of.b, 0);
         };
-        require(brackets(said[i], 1e-9, 1e-15, upper != 0 ? -p[i] : p[i], 1e-10 * p[i], rising),
+        require(brackets(said[i], 1e-9, 1e-15, upper != 0 ? -p[i] : p[i], 1e-11 * p[i], rising),
                 "the tail at the quantile", {p[i], of.a, of.b, said[i]});
     }
 }

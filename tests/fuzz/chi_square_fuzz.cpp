@@ -53,7 +53,8 @@ void tails(input& in, const parameters& of, unsigned char upper, const std::vect
         // The logarithm of the density overflows next to 0 for a shape up to 1, and a unit in its last place
         // is no longer small for a huge one: nothing clamps the tails there.
         if (of.df < 1e-100 || of.df > 1e13 || (x[i] > 0.0 && x[i] < 1e-200)) continue;
-        require(said[i] >= -1e-9 && said[i] <= 1.0 + 1e-9, "a tail in [0, 1]", {x[i], of.df, of.nc, said[i]});
+        require(said[i] >= -1e-13 && said[i] <= 1.0 + 1e-13, "a tail in [0, 1]",
+                {x[i], of.df, of.nc, said[i]});
         const double other = zolv_ChiSqCdf(x[i], of.df, of.nc, upper != 0 ? 0 : 1);
         require(std::fabs(said[i] + other - 1.0) <= 2.3e-16, "tails that sum to one",
                 {x[i], of.df, of.nc, said[i], other});
@@ -82,7 +83,7 @@ void quantiles(const parameters& of, unsigned char upper, const std::vector<doub
               q < 1.0 - 1e-6))
             continue;
         const auto rising = [&](double y) { return zolv_ChiSqCdf(y, of.df, of.nc, 0); };
-        require(brackets(x, 1e-9, 0.0, q, 1e-10 * q, rising), "the tail at the quantile",
+        require(brackets(x, 1e-9, 0.0, q, 1e-11 * q, rising), "the tail at the quantile",
                 {q, of.df, of.nc, x});
     }
 }

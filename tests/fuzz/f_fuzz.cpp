@@ -104,7 +104,7 @@ void quantiles(input& in, const parameters& of, unsigned char upper, const std::
             return upper != 0 ? -zolv_FCdf(x, of.d1, of.d2, of.nc, 1) : zolv_FCdf(x, of.d1, of.d2, of.nc, 0);
         };
         // A relative error in y counts 1 + x d1 / d2 times in x; the noncentral sums are good to 1e-11.
-        require(brackets(said[i], 1e-9 * (1.0 + spread), 0.0, upper != 0 ? -p[i] : p[i], 1e-9 * p[i] + 1e-14,
+        require(brackets(said[i], 1e-9 * (1.0 + spread), 0.0, upper != 0 ? -p[i] : p[i], 1e-10 * p[i] + 1e-15,
                          rising),
                 "the tail at the quantile", {p[i], of.d1, of.d2, of.nc, said[i]});
     }

@@ -59,7 +59,7 @@ void tails(input& in, const parameters& of, unsigned char upper, const std::vect
         require(std::fabs(said[i] + other - 1.0) <= tolerance || std::fabs(said[i]) > 1e16,
                 "tails that sum to one", {x[i], of.df, of.nc, said[i], other});
         if (tails_are_sound(of, x[i])) {
-            const double slack = of.nc == 0.0 ? 1e-9 : 1e-2;
+            const double slack = of.nc == 0.0 ? 1e-13 : 1e-3;
             require(said[i] >= -slack && said[i] <= 1.0 + slack, "a tail in [0, 1]",
                     {x[i], of.df, of.nc, said[i]});
         }
@@ -92,11 +92,11 @@ void quantiles(input& in, const parameters& of, unsigned char upper, const std::
         if (of.nc == 0.0) {
             // 1 - w is formed by subtraction: an error of 1e-16 x^2 / df.
             const double relative = 1e-9 + 1e-14 * said[i] * said[i] / of.df;
-            require(brackets(said[i], relative, 1e-9, target, 1e-10 * p[i], rising),
+            require(brackets(said[i], relative, 1e-9, target, 1e-11 * p[i], rising),
                     "the tail at the quantile", {p[i], of.df, said[i]});
         } else if (std::fabs(of.nc) >= 1.0 && std::fabs(of.nc) <= 15.0 && of.df <= 500.0) {
             // The tails of the two sides of 0 and of nc meet to a few digits less.
-            require(brackets(said[i], 1e-5, 1e-5, target, 1e-5, rising),
+            require(brackets(said[i], 1e-6, 1e-6, target, 1e-6, rising),
                     "the noncentral tail at the quantile", {p[i], of.df, of.nc, double(upper), said[i]});
         }
     }
