@@ -11,6 +11,8 @@
 #include <atomic>
 #include <cstdio>
 
+#include "support/printed_text.hpp"
+
 namespace zolv_test {
 
 class watchdog {
@@ -60,7 +62,7 @@ private:
         const int length =
             std::snprintf(text, sizeof text, "no answer: %s (%.17g, %.17g, %.17g, %.17g; %d)\n", at_hand.name,
                           at_hand.a[0], at_hand.a[1], at_hand.a[2], at_hand.a[3], at_hand.flag);
-        [[maybe_unused]] const ssize_t ignored = write(STDERR_FILENO, text, static_cast<std::size_t>(length));
+        [[maybe_unused]] const ssize_t ignored = write(own_stderr, text, static_cast<std::size_t>(length));
         _exit(3);
     }
 };

@@ -3,8 +3,8 @@
 // operator new like everything else (frame/provider_memory.cpp).
 //
 // What must come of it: the standard exception or the code that the header names, nothing written where the
-// header says so, nothing lost (counted by live blocks), and the next call as if nothing had happened. Only
-// what libzolv itself asks for is counted and refused, by the address that asks.
+// header says so, nothing printed, nothing lost (counted by live blocks), and the next call as if nothing had
+// happened. Only what libzolv itself asks for is counted and refused, by the address that asks.
 #include <gtest/gtest.h>
 #include <link.h>
 
@@ -19,6 +19,7 @@
 
 #include "support/arima_model.hpp"
 #include "support/bits.hpp"
+#include "support/printed_text.hpp"
 #include "support/series.hpp"
 #include "support/threads.hpp"
 #include "zolv.h"
@@ -190,7 +191,9 @@ protected:
     }
     static void run(const std::vector<fault_case>& cases) {
         for (const fault_case& c : cases) {
+            zolv_test::printed_text printed;
             const long points = fail_each(c);
+            EXPECT_EQ(printed.stop(), "") << c.name;
             std::printf("  %-52s %6ld\n", c.name.c_str(), points);
             EXPECT_GE(points, c.least_points) << c.name;
         }

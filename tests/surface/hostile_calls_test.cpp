@@ -1,7 +1,7 @@
 // Every export but the distributions on any input: each argument goes through the hostile values, in full
 // products where there are few of them, otherwise with seeded draws for all of them together. Every call
-// comes back, with one of the codes of the header, and writes inside what it was given (which the address
-// sanitizer sees).
+// comes back, with one of the codes of the header, prints nothing, and writes inside what it was given (which
+// the address sanitizer sees).
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "support/bits.hpp"
+#include "support/printed_text.hpp"
 #include "support/sanitizers.hpp"
 #include "support/watchdog.hpp"
 #include "surface/distribution_exports.hpp"
@@ -67,11 +68,15 @@ bool is_code(std::int64_t code) {
 class HostileCalls : public testing::Test {
 protected:
     watchdog dog{120};
+    zolv_test::printed_text printed;
     dice d;
     long calls = 0;
     const int rounds = zolv_test::under_sanitizers ? 1500 : 6000;
     void count(const char* name) { watchdog::watch(name, static_cast<double>(++calls)); }
-    void TearDown() override { std::printf("  %ld calls\n", calls); }
+    void TearDown() override {
+        EXPECT_EQ(printed.stop(), "");
+        std::printf("  %ld calls\n", calls);
+    }
 };
 
 TEST_F(HostileCalls, Predicates) {

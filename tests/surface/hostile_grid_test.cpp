@@ -1,15 +1,17 @@
 // The distribution exports on any input: the product of the hostile values in every argument, scalar and
 // array.
 //
-// Every call comes back; the two forms have the same bits; bad parameters give the missing value and nothing
-// else does, save where said; any other NaN is the sign-set one; and a number is inside the range of the
-// function, save for the cases named below, which the formulas force and whose counts are part of the test.
+// Every call comes back and prints nothing; the two forms have the same bits; bad parameters give the missing
+// value and nothing else does, save where said; any other NaN is the sign-set one; and a number is inside the
+// range of the function, save for the cases named below, which the formulas force and whose counts are part
+// of the test.
 #include <gtest/gtest.h>
 
 #include <map>
 #include <string>
 
 #include "support/bits.hpp"
+#include "support/printed_text.hpp"
 #include "support/sanitizers.hpp"
 #include "support/watchdog.hpp"
 #include "surface/distribution_exports.hpp"
@@ -137,6 +139,7 @@ protected:
 
 TEST_P(HostileGrid, EveryCallComesBack) {
     const watchdog dog(120);
+    zolv_test::printed_text printed;
     const std::vector<double> x = zolv_test::hostile_argument(of, 0);
     std::vector<std::vector<double>> values;
     std::size_t sets = 1;
@@ -182,6 +185,7 @@ TEST_P(HostileGrid, EveryCallComesBack) {
             }
         }
     }
+    EXPECT_EQ(printed.stop(), "");
     std::printf("    {\"%s\", %zu, %ld, %ld, {", of.name, GetParam().share, calls, left_out);
     for (const auto& [name, count] : oddities) std::printf("{\"%s\", %ld}, ", name.c_str(), count);
     std::printf("}},\n");

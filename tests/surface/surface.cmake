@@ -74,6 +74,12 @@ add_surface_script(exports -DNM=${CMAKE_NM} -DLIBRARY=$<TARGET_FILE:zolv> -DLIST
                    -DHEADER=${PROJECT_SOURCE_DIR}/include/zolv.h)
 add_surface_script(hardening -DREADELF=${ZOLV_READELF} -DLIBRARY=$<TARGET_FILE:zolv>)
 add_surface_script(silence -DPROGRAM=$<TARGET_FILE:surface_every_family>)
+# The error paths too, where the environment gives the provider or the OpenMP runtime cause to speak.
+add_test(NAME surface.silence.verbose COMMAND surface_silence_test)
+add_test(NAME surface.silence.limited COMMAND surface_silence_test)
+set_tests_properties(surface.silence.verbose PROPERTIES TIMEOUT 120 ENVIRONMENT OPENBLAS_VERBOSE=2)
+set_tests_properties(surface.silence.limited PROPERTIES TIMEOUT 120
+                     ENVIRONMENT "OMP_NUM_THREADS=7;OMP_THREAD_LIMIT=2")
 
 # ---- unusual hosts ---------------------------------------------------------------------------------
 add_test(NAME surface.host_threads.256 COMMAND surface_host_threads 256)
