@@ -63,13 +63,17 @@ double t_saddle_form::exponent(double x, double u, double s) const {
            gap * gap * 0.5 / h_;
 }
 
-t_saddle t_saddle_form::operator()(double x) const {
+t_saddle_form::peak t_saddle_form::peak_at(double x) const {
     const double u = x / root_h_;
     const double s = (u * d_ + std::sqrt(u * u * d_ * d_ + 16.0 + 8.0 * u * u)) / (2.0 * u * u + 4.0);
     const double X = exponent(x, u, s);
     const double Y = 2.0 / (s * s) + 2.0 + u * u;
     const double R = 1.0 / std::sqrt(h_ * Y);
-    const double b = 1.0 / s / std::sqrt(Y);
+    return {s, X, Y, R, std::log(K_ * R) - X * h_};
+}
+
+double t_saddle_form::correction(const peak& at) const {
+    const double b = 1.0 / at.s / std::sqrt(at.Y);
 
     // Derivatives of the exponent at the saddle point, over factorials.
     const double b2 = b * b, b3 = b2 * b, b4 = b3 * b, b5 = b4 * b, b6 = b5 * b, b7 = b6 * b, b8 = b7 * b;
@@ -85,9 +89,19 @@ t_saddle t_saddle_form::operator()(double x) const {
     const double T3 = -105.0 * b8 / 4.0 + 472.5 * (c5 * c5) + 945.0 * c4 * c6 + 945.0 * c3 * c7 -
                       1732.5 * c4_3 - 5197.5 * c3_2 * c6 - 10395.0 * c3 * c4 * c5 + 22522.5 * c3_3 * c5 +
                       33783.75 * c3_2 * c4_2 - 84459.375 * c3_4 * c4 + 47860.3125 * c3_6;
-    const double c = ((T3 / h_ + T2) / h_ + T1) / h_ + 1.0;
-    const double l = std::log(K_ * R) - X * h_;
+    return ((T3 / h_ + T2) / h_ + T1) / h_ + 1.0;
+}
 
+double t_saddle_form::log_part(double x) const { return peak_at(x).log_part; }
+
+t_saddle_parts t_saddle_form::parts(double x) const {
+    const peak at = peak_at(x);
+    return {at.log_part, correction(at)};
+}
+
+t_saddle t_saddle_form::operator()(double x) const {
+    const peak at = peak_at(x);
+    const double c = correction(at), l = at.log_part;
     const double log_density = std::log(c) + l;
     double density;
     if (log_density < log_dbl_min) {
@@ -95,7 +109,7 @@ t_saddle t_saddle_form::operator()(double x) const {
     } else if (log_density > log_dbl_max) {
         density = plus_infinity;
     } else {
-        density = K_ * c * R * std::exp(-X * h_);
+        density = K_ * c * at.R * std::exp(-at.X * h_);
     }
     return {density, l, c};
 }
@@ -136,8 +150,8 @@ double t_half_step_density::operator()(double x) const {
     const point at{r, q, nc_ * u / q};
 
     double H = H_;
-    const t_saddle first = above_(std::sqrt(H + 0.5) * u);
-    const t_saddle second = at_H_(std::sqrt(H) * u);
+    const t_saddle_parts first = above_.parts(std::sqrt(H + 0.5) * u);
+    const t_saddle_parts second = at_H_.parts(std::sqrt(H) * u);
     const double v = std::log(first.correction) + first.log_part + 0.5 * std::log(H + 0.5);
     const bool lifted = !(v >= log_dbl_min);
     double C = 0.0, D = 0.0, older, newer;

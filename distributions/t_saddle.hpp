@@ -60,6 +60,11 @@ struct t_saddle {
     double correction;  // 1 + terms in 1/h, 1/h^2, 1/h^3
 };
 
+// The same without the density.
+struct t_saddle_parts {
+    double log_part, correction;
+};
+
 // The form for one df and noncentrality and many points.
 //
 // Order: what is stored are finished prefixes and factors of the terms at a point.
@@ -67,9 +72,17 @@ class t_saddle_form {
 public:
     t_saddle_form(double df, double nc);
     t_saddle operator()(double x) const;
+    t_saddle_parts parts(double x) const;
+    double log_part(double x) const;
 
 private:
+    // The saddle point s, the exponent there and its curvature Y; R = 1 / sqrt(h Y).
+    struct peak {
+        double s, X, Y, R, log_part;
+    };
+    peak peak_at(double x) const;
     double exponent(double x, double u, double s) const;
+    double correction(const peak& at) const;
 
     double df_, nc_;
     double h_, root_h_;

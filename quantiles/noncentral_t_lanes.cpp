@@ -189,26 +189,43 @@ lane_array t_odd_mixture::upper_sums(const points& at) const {
     return outcomes.sums();
 }
 
-// Points with the same coordinates and the same sums to run go together.
+// Points with the same coordinates and the same sums to run go together, and those that take the recurrence.
 void t_nc_distribution::tails_of(const double* x, std::uint64_t n, unsigned char upper, double* out) const {
-    lane_groups<5> groups;
-    const bool recurrence = negative_.by_recurrence();
+    lane_groups<4> groups;
     const auto run = [&](std::size_t, const lane_array& at, const lane_indices& index, std::size_t count) {
         const std::array<tail_pair, lane_count> both = tails(at);
         for (std::size_t l = 0; l < count; ++l) out[index[l]] = upper != 0 ? both[l].upper : both[l].lower;
     };
     const auto alone = [&](std::uint64_t i) { out[i] = tail(x[i], upper); };
+
+    constexpr std::size_t most = t_nc_negative_tails::most_in_step;
+    const bool recurrence = negative_.by_recurrence();
+    std::array<double, most> below;
+    std::array<std::uint64_t, most> below_index;
+    std::size_t below_count = 0;
+    const auto run_below = [&] {
+        std::array<tail_pair, most> both;
+        negative_.in_step(below.data(), below_count, both.data());
+        const bool first =
+            (upper != 0) == (ncp_ < 0.0);  // the tail asked for is P(T <= x) of the mirror image
+        for (std::size_t k = 0; k < below_count; ++k)
+            out[below_index[k]] = first ? both[k].lower : both[k].upper;
+        below_count = 0;
+    };
     for (std::uint64_t i = 0; i < n; ++i) {
         const double size = ncp_ < 0.0 ? -x[i] : x[i];
         if (size > 0.0 && size <= largest_double) {
             groups.add((df_ < size * size ? 2u : 0u) + (size > magnitude_ ? 1u : 0u), x[i], i, run);
         } else if (recurrence && size < 0.0 && size >= -largest_double) {
-            groups.add(4, x[i], i, run);
+            below[below_count] = size;
+            below_index[below_count] = i;
+            if (++below_count == most) run_below();
         } else {
             alone(i);
         }
     }
     groups.finish(run, alone);
+    if (below_count > 0) run_below();
 }
 
 // The one-point form lane by lane: each sum runs for the lanes that ask for it.

@@ -98,6 +98,32 @@ TEST(PlainT, NoncentralTails) {
     }
 }
 
+// Many points on that other side at once: recurrences of every length go in step, from one table of ratios
+// or, where the halved df is no short fraction, from one per binade.
+TEST(PlainT, NoncentralTailsBeyondTheOrigin) {
+    Random random(26);
+    Comparison comparison;
+    for (int n = 0; n < rounds(300); ++n) {
+        const double df = random.shape(-2.0, 3.4, {1.0, 2.0, 254.0, 1022.0, 1024.0, 1998.0, 2000.0});
+        const double nc = (n % 2 != 0 ? 1.0 : -1.0) * random.power(-3.0, random.chance(10) ? 1.4 : 0.8);
+        std::vector<double> x;
+        const int count = random.chance(3) ? random.whole(1, 150) : random.whole(1, 12);
+        for (int i = 0; i < count; ++i) {
+            double at = random.power(-1.0, random.chance(2) ? 1.5 : 4.0);
+            if (random.chance(30)) at = random.power(-300.0, 300.0);
+            if (random.chance(20)) at = -at;
+            x.push_back(nc > 0.0 ? -at : at);
+        }
+        const unsigned char upper = n % 4 < 2 ? 1 : 0;
+        compare(
+            comparison, x, "tail " + list(df, nc), [&](double y) { return t_cdf(y, df, nc, upper); },
+            [&](double y) { return zolv_TCdf(y, df, nc, upper); },
+            [&](const double* y, std::size_t m, double* out) {
+                zolv_ParallelTCdf(y, m, df, nc, upper, out);
+            });
+    }
+}
+
 // A quantile is some fifty tails: fewer again, and few of those that reach over 0.
 TEST(PlainT, NoncentralQuantiles) {
     Random random(25);
