@@ -7,6 +7,7 @@
 #include "quantiles/beta_quantile.hpp"
 #include "quantiles/look_ahead.hpp"
 #include "quantiles/root_search.hpp"
+#include "quantiles/subnormal_ratios.hpp"
 
 namespace dru::impl {
 
@@ -26,46 +27,125 @@ struct mixture_point {
     double along, across;
 };
 
+// A sum on its way. Ratios says how its numbers are kept; a pass that outgrows scaled ones returns and is
+// taken up by plain ones.
+struct mixture_pass {
+    double i, ratio;
+    double S = 0.0;  // of the terms before the peak, relative to it
+    double T = 0.0, total = 0.0;
+    bool ended = false;    // the peak is found, or the sum has stopped
+    bool endless = false;  // nothing will end it but the ceiling
+    bool is_going() const { return !ended && !endless; }
+};
+
+template <class Ratios>
+void rise_to_peak(const mixture_point& m, double j0, mixture_pass& pass) {
+    const double across = Ratios::scaled(m.across);
+    double i = pass.i, R = Ratios::scaled(pass.ratio), S = pass.S;
+    while (i <= j0 + series_ceiling && Ratios::fits(R)) {
+        // Such a ratio stays what it is, and every t is a NaN up to the ceiling.
+        if (!is_finite(R) || (R == 0.0 && across == 0.0)) {
+            pass.endless = true;
+            break;
+        }
+        const double d = Ratios::quotient(Ratios::product(R, m.shape + i), m.along);
+        const double t = Ratios::product(d, (i + 1.0) / m.ncp) / (across + d);  // T_i / T_(i+1)
+        if (t > 1.0) {
+            pass.ended = true;
+            break;
+        }
+        S = (S + 1.0) * t;
+        R = Ratios::quotient(across, i + m.c) + Ratios::quotient(d, i + m.c);
+        i += 1.0;
+    }
+    pass.i = i, pass.ratio = Ratios::unscaled(R), pass.S = S;
+}
+
+template <class Ratios>
+void rise_from_peak(const mixture_point& m, double k, mixture_pass& pass) {
+    const double across = Ratios::scaled(m.across);
+    double i = pass.i, R = Ratios::scaled(pass.ratio), T = pass.T, total = pass.total;
+    while (i <= k + series_ceiling && Ratios::fits(R)) {
+        if (stop_rule_out_of_reach(T, total)) {
+            pass.endless = true;
+            break;
+        }
+        const double d = Ratios::quotient(Ratios::product(R, m.shape + i), m.along);
+        const double t = m.ncp / (i + 1.0) * (across / d + 1.0);  // T_(i+1) / T_i
+        T = T * t;
+        total = total + T;
+        if (total > tail_switch || T < total * series_tolerance * (1.0 - t)) {
+            pass.ended = true;
+            break;
+        }
+        R = Ratios::quotient(across, i + m.c) + Ratios::quotient(d, i + m.c);
+        i += 1.0;
+    }
+    pass.i = i, pass.ratio = Ratios::unscaled(R), pass.T = T, pass.total = total;
+}
+
 // Sum over j of w_j times the tail that falls away from the index: T_j = w_j R_j density_j. R is the ratio at
 // the first index j0 of any weight and is carried upward.
 //
 // Exact: indices are doubles; the caller has made sure that they stay below 2^53.
 template <class LogDensity>
 double rising_sum(const mixture_point& m, double j0, double R, const LogDensity& log_density) {
-    double i = j0;
-    double k = 0.0;
-    double S = 0.0;
-    while (i <= j0 + series_ceiling) {
-        // Such a ratio stays what it is, and every t is a NaN up to the ceiling.
-        if (!is_finite(R) || (R == 0.0 && m.across == 0.0)) return 0.0;
-        const double d = (m.shape + i) * R / m.along;
-        const double t = (i + 1.0) / m.ncp * d / (m.across + d);  // T_i / T_(i+1)
-        if (t > 1.0) {
-            k = i;
-            break;
-        }
-        S = (S + 1.0) * t;
-        R = m.across / (i + m.c) + d / (i + m.c);
-        i += 1.0;
-    }
-    if (i - j0 >= series_ceiling) return 0.0;
+    const double largest_factor = m.c + (j0 + 2.0 * series_ceiling);
+    mixture_pass pass{j0, R};
+    if (worth_scaling(R, m.across, largest_factor)) rise_to_peak<scaled_ratios>(m, j0, pass);
+    if (pass.is_going()) rise_to_peak<plain_ratios>(m, j0, pass);
+    if (pass.endless || pass.i - j0 >= series_ceiling) return 0.0;
+    const double k = pass.ended ? pass.i : 0.0;
     const double log_peak = log_poisson_pmf(k, m.ncp) + log_density(m.shape + k);
     if (log_peak < log_dbl_min) return 0.0;
 
-    double T = std::exp(log_peak) * R;
-    double total = (S + 1.0) * T;
-    i = k;
-    while (i <= k + series_ceiling) {
-        if (stop_rule_out_of_reach(T, total)) return 0.0;
-        const double d = (m.shape + i) * R / m.along;
-        const double t = m.ncp / (i + 1.0) * (m.across / d + 1.0);  // T_(i+1) / T_i
+    pass.T = std::exp(log_peak) * pass.ratio;
+    pass.total = (pass.S + 1.0) * pass.T;
+    pass.ended = false;
+    if (worth_scaling(pass.ratio, m.across, largest_factor)) rise_from_peak<scaled_ratios>(m, k, pass);
+    if (pass.is_going()) rise_from_peak<plain_ratios>(m, k, pass);
+    return pass.endless || pass.i - k > series_ceiling - 1.0 ? 0.0 : pass.total;
+}
+
+template <class Ratios>
+void fall_to_peak(const mixture_point& m, double j1, double limit, mixture_pass& pass) {
+    const double across = Ratios::scaled(m.across);
+    double i = pass.i, L = Ratios::scaled(pass.ratio), S = pass.S;
+    while (i > limit && Ratios::fits(L)) {
+        const double e = m.c + i - 1.0;
+        L = Ratios::product(Ratios::product(L, m.c + i) + across, m.along / (m.shape + i));
+        if (!is_finite(L) && j1 >= series_ceiling) {  // no t can be above 1 any more
+            pass.endless = true;
+            break;
+        }
+        // T_i / T_(i-1)
+        const double t = Ratios::product(L, m.ncp / i * e) / (Ratios::product(L, e) + across);
+        if (t > 1.0) {
+            pass.ended = true;
+            break;
+        }
+        S = (S + 1.0) * t;
+        i -= 1.0;
+    }
+    pass.i = i, pass.ratio = Ratios::unscaled(L), pass.S = S;
+}
+
+template <class Ratios>
+void fall_from_peak(const mixture_point& m, double k, mixture_pass& pass) {
+    const double across = Ratios::scaled(m.across);
+    double i = pass.i, L = Ratios::scaled(pass.ratio), T = pass.T, total = pass.total;
+    while (i > 0.0 && k - i < series_ceiling && Ratios::fits(L)) {  // at the ceiling the outcome is settled
+        const double e = m.c + i - 1.0;
+        const double t = i / m.ncp * (Ratios::quotient(across, e) / L + 1.0);  // T_(i-1) / T_i
         T = T * t;
         total = total + T;
-        if (total > tail_switch || T < total * series_tolerance * (1.0 - t)) break;
-        R = m.across / (i + m.c) + d / (i + m.c);
-        i += 1.0;
+        pass.endless = is_nan(total);
+        pass.ended = total > tail_switch || T < total * series_tolerance * (1.0 - t);
+        if (pass.endless || pass.ended) break;
+        L = Ratios::product(Ratios::product(L, e) + across, m.along / (i + m.shape - 1.0));
+        i -= 1.0;
     }
-    return i - k > series_ceiling - 1.0 ? 0.0 : total;
+    pass.i = i, pass.ratio = Ratios::unscaled(L), pass.T = T, pass.total = total;
 }
 
 // Sum over j of w_j times the other tail: T_j = w_j L_j density_j, from the last index j1 of any weight
@@ -73,42 +153,23 @@ double rising_sum(const mixture_point& m, double j0, double R, const LogDensity&
 template <class LogDensity>
 double falling_sum(const mixture_point& m, double j1, double L, const LogDensity& log_density) {
     const double limit = j1 - series_ceiling < 1.0 ? 0.0 : j1 - series_ceiling;
-    double i = j1;
-    double k = 0.0;
-    double S = 0.0;
-    bool peak_found = false;
-    while (i > limit) {
-        const double e = m.c + i - 1.0;
-        L = (L * (m.c + i) + m.across) * (m.along / (m.shape + i));
-        if (!is_finite(L) && j1 >= series_ceiling) return 0.0;    // no t can be above 1 any more
-        const double t = m.ncp / i * e * L / (e * L + m.across);  // T_i / T_(i-1)
-        if (t > 1.0) {
-            k = i;
-            peak_found = true;
-            break;
-        }
-        S = (S + 1.0) * t;
-        i -= 1.0;
-    }
-    if (j1 - i >= series_ceiling) return 0.0;
-    if (!peak_found) L = (m.across + L * m.c) * (m.along / m.shape);
+    mixture_pass pass{j1, L};
+    if (worth_scaling(L, m.across, m.c + j1)) fall_to_peak<scaled_ratios>(m, j1, limit, pass);
+    if (pass.is_going()) fall_to_peak<plain_ratios>(m, j1, limit, pass);
+    if (pass.endless || j1 - pass.i >= series_ceiling) return 0.0;
+    if (!pass.ended) pass.ratio = (m.across + pass.ratio * m.c) * (m.along / m.shape);
+    const double k = pass.ended ? pass.i : 0.0;
     const double log_peak = log_poisson_pmf(k, m.ncp) + log_density(m.shape + k);
     if (log_peak < log_dbl_min) return 0.0;
 
-    double T = std::exp(log_peak) * L;
-    double total = (S + 1.0) * T;
-    i = k;
-    while (i > 0.0 && k - i < series_ceiling) {  // the outcome is settled where the ceiling is reached
-        const double e = m.c + i - 1.0;
-        const double t = i / m.ncp * (m.across / e / L + 1.0);  // T_(i-1) / T_i
-        T = T * t;
-        total = total + T;
-        if (is_nan(total)) return k >= series_ceiling ? 0.0 : sign_set_nan;  // and so to the end
-        if (total > tail_switch || T < total * series_tolerance * (1.0 - t)) break;
-        L = (L * e + m.across) * (m.along / (i + m.shape - 1.0));
-        i -= 1.0;
-    }
-    return k - i >= series_ceiling ? 0.0 : total;
+    pass.T = std::exp(log_peak) * pass.ratio;
+    pass.total = (pass.S + 1.0) * pass.T;
+    pass.i = k;
+    pass.ended = false;
+    if (worth_scaling(pass.ratio, m.across, m.c + k)) fall_from_peak<scaled_ratios>(m, k, pass);
+    if (pass.is_going()) fall_from_peak<plain_ratios>(m, k, pass);
+    if (pass.endless) return k >= series_ceiling ? 0.0 : sign_set_nan;  // a NaN, and so to the end
+    return k - pass.i >= series_ceiling ? 0.0 : pass.total;
 }
 
 // The tail that is summed first is accepted up to 0.9; above it the other is summed, and its complement
@@ -278,7 +339,7 @@ double beta_nc_mixture::quantile(double p, unsigned char upper) const {
     if (weights_.last() - weights_.first() >= worth_looking_ahead) {
         look_ahead f(residual, residual,
                      [](double y, double x) { return y > 0.0 && y < 1.0 && (y < 0.5) == (x < 0.5); });
-        f.expect_bisection(0.0, flo, 1.0);
+        f.expect_bisection(0.0, flo, 1.0, fhi);
         root = solve_bracketed(
             0.0, flo, 1.0, fhi, [&f](double x) { return f(x); }, failed);
     } else {

@@ -35,6 +35,9 @@ public:
     tail_pair operator()(double x) const;
     tail_pairs operator()(const lane_array& x) const;  // four points in step; noncentral_gamma_lanes.cpp
 
+    // Whether the weights reach over so many indices that sums in step pay.
+    bool many_terms(double count) const { return weights_.last() - weights_.first() >= count; }
+
     double shape() const { return a_; }
     double mean_weight() const { return weights_.mean(); }
 

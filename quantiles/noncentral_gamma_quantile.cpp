@@ -5,6 +5,7 @@
 #include "kernels/incomplete_gamma.hpp"
 #include "kernels/normal.hpp"
 #include "quantiles/gamma_quantile.hpp"
+#include "quantiles/look_ahead.hpp"
 #include "quantiles/noncentral_gamma.hpp"
 #include "quantiles/repeated_step.hpp"
 #include "quantiles/root_search.hpp"
@@ -29,11 +30,23 @@ public:
         if (is_infinite(x)) return upper_ ? -p_ : 1.0 - p_;
         const tail_pair tails =
             mixture_.mean_weight() == 0.0 ? gamma_tails(x, mixture_.shape()) : mixture_(x);
+        return from(tails);
+    }
+
+    // At four points 0 < x < infinity.
+    lane_array operator()(const lane_array& x) const {
+        const tail_pairs tails = mixture_(x);
+        lane_array residuals;
+        for (std::size_t l = 0; l < lane_count; ++l) residuals[l] = from(tails[l]);
+        return residuals;
+    }
+
+private:
+    double from(const tail_pair& tails) const {
         if (!upper_) return tails.lower - p_;
         return tails.upper < 0.0 ? 1.0 - p_ : tails.upper - p_;
     }
 
-private:
     double p_;
     const gamma_nc_mixture& mixture_;
     bool upper_;
@@ -150,7 +163,12 @@ double gamma_nc_quantile(double p, double a, double ncp, unsigned char upper) {
     if (b.flo == 0.0) return b.lo;
     if (b.fhi == 0.0) return b.hi;
     unsigned char failed = 0;
-    return solve_bracketed(b.lo, b.flo, b.hi, b.fhi, f, failed);
+    if (!(mixture.mean_weight() > 0.0) || !mixture.many_terms(worth_looking_ahead))
+        return solve_bracketed(b.lo, b.flo, b.hi, b.fhi, f, failed);
+    look_ahead ahead(f, f, [](double y, double) { return y > 0.0 && y <= largest_double; });
+    ahead.expect_bisection(b.lo, b.flo, b.hi, b.fhi);
+    return solve_bracketed(
+        b.lo, b.flo, b.hi, b.fhi, [&ahead](double x) { return ahead(x); }, failed);
 }
 
 }  // namespace dru::impl

@@ -6,6 +6,7 @@
 #include "frame/nan.hpp"
 #include "kernels/log_gamma.hpp"
 #include "kernels/normal.hpp"
+#include "quantiles/subnormal_ratios.hpp"
 
 namespace dru::impl {
 
@@ -89,82 +90,145 @@ double t_odd_mixture::log_peak(const t_mixture_point& at, double k) const {
 // From the last index of any weight downward. A pass longer than the ceiling ends where the ceiling is
 // reached: its outcome is settled there, and so it is where a term is a NaN.
 double t_odd_mixture::lower_sum(const t_mixture_point& at) const {
-    const double u = at.u, v = at.v, d = weights_.mean();
     const double j1 = weights_.last();
-    double i = j1;
-    double k = 0.0;
-    double L = lower_start(at);
-    double S = 0.0;
-    while (i >= 0.0) {
-        L = (L * (h_ + 1.0 + i) + v) * (u / (i + 1.0));
-        if (!is_finite(L) && j1 >= series_ceiling) return sentinel;  // no t can be above 1 any more
-        if (i == 0.0) break;
+    mixture_pass pass{j1, lower_start(at)};
+    if (worth_scaling(pass.ratio, at.v, h_ + 1.0 + j1)) fall_to_peak<scaled_ratios>(at, pass);
+    if (pass.is_going()) fall_to_peak<plain_ratios>(at, pass);
+    if (pass.at_ceiling) return sentinel;
+    const double k = pass.i;
+    const double P = log_peak(at, k);
+    if (P < log_dbl_min) return 0.0;
+
+    pass.T = std::exp(P) * pass.ratio;
+    pass.total = (pass.S + 1.0) * pass.T;
+    pass.ended = false;
+    if (worth_scaling(pass.ratio, at.v, h_ + 1.0 + k)) fall_from_peak<scaled_ratios>(at, k, pass);
+    if (pass.is_going()) fall_from_peak<plain_ratios>(at, k, pass);
+    if (pass.at_ceiling) return sentinel;
+    if (is_nan(pass.total)) return k >= series_ceiling ? sentinel : sign_set_nan;
+    return pass.total * 0.5 * weight_;
+}
+
+template <class Ratios>
+void t_odd_mixture::fall_to_peak(const t_mixture_point& at, mixture_pass& pass) const {
+    const double u = at.u, v = Ratios::scaled(at.v), d = weights_.mean(), j1 = weights_.last();
+    double i = pass.i, L = Ratios::scaled(pass.ratio), S = pass.S;
+    while (Ratios::fits(L)) {
+        L = Ratios::product(Ratios::product(L, h_ + 1.0 + i) + v, u / (i + 1.0));
+        if (!is_finite(L) && j1 >= series_ceiling) {  // no t can be above 1 any more
+            pass.at_ceiling = true;
+            break;
+        }
         const double e = h_ + 1.0 + i - 1.0;
-        const double t = d / (i + 0.5) * e * L / (e * L + v);
-        if (t > 1.0) {
-            k = i;
+        const double t = Ratios::product(L, d / (i + 0.5) * e) / (Ratios::product(L, e) + v);
+        if (i == 0.0 || t > 1.0) {
+            pass.ended = true;
             break;
         }
         i -= 1.0;
         S = (S + 1.0) * t;
-        if (j1 - i >= series_ceiling) return sentinel;
+        if (j1 - i >= series_ceiling) {
+            pass.at_ceiling = true;
+            break;
+        }
     }
-    const double P = log_peak(at, k);
-    if (P < log_dbl_min) return 0.0;
+    pass.i = i, pass.ratio = Ratios::unscaled(L), pass.S = S;
+}
 
-    double T = std::exp(P) * L;
-    double total = (S + 1.0) * T;
-    if (is_nan(total)) return k >= series_ceiling ? sentinel : sign_set_nan;
-    i = k;
-    while (i > 0.0) {
+template <class Ratios>
+void t_odd_mixture::fall_from_peak(const t_mixture_point& at, double k, mixture_pass& pass) const {
+    const double u = at.u, v = Ratios::scaled(at.v), d = weights_.mean();
+    double i = pass.i, L = Ratios::scaled(pass.ratio), T = pass.T, total = pass.total;
+    pass.ended = is_nan(total);
+    while (i > 0.0 && !pass.ended && Ratios::fits(L)) {
         const double e = h_ + 1.0 + i - 1.0;
-        const double t = (i + 0.5) / d * (v / e / L + 1.0);
+        const double t = (i + 0.5) / d * (Ratios::quotient(v, e) / L + 1.0);
         T = T * t;
         total = total + T;
-        if (is_nan(total)) return k >= series_ceiling ? sentinel : sign_set_nan;
-        if (total > tail_switch || T < total * series_tolerance * (1.0 - t)) break;
-        L = (L * e + v) * (u / i);
+        pass.ended = is_nan(total) || total > tail_switch || T < total * series_tolerance * (1.0 - t);
+        if (pass.ended) break;
+        L = Ratios::product(Ratios::product(L, e) + v, u / i);
         i -= 1.0;
-        if (k - i >= series_ceiling) return sentinel;
+        if (k - i >= series_ceiling) {
+            pass.at_ceiling = true;
+            break;
+        }
     }
-    return total * 0.5 * weight_;
+    pass.i = i, pass.ratio = Ratios::unscaled(L), pass.T = T, pass.total = total;
 }
 
 // From the first index of any weight upward. A ratio that is not finite, or 0 with nothing to add, stays what
 // it is and makes every t a NaN; a term that is a NaN, or 0 in an empty total, cannot meet the stop rule:
 // both run to the ceiling.
 double t_odd_mixture::upper_sum(const t_mixture_point& at) const {
-    const double u = at.u, v = at.v, d = weights_.mean();
-    const double m = first_index();
-    double i = m;
-    double U = upper_start(at);
-    double S = 0.0;
-    for (;;) {
-        if (!is_finite(U) || (U == 0.0 && v == 0.0)) return sentinel;
-        const double w = U * (i + 1.0);
-        const double t = (i + 1.5) / d * (i + 1.0) * U / (u * v + w);
-        if (t > 1.0) break;
-        U = v / (i + h_ + 1.0) + w / u / (i + h_ + 1.0);
-        i += 1.0;
-        S = (S + 1.0) * t;
-        if (!(i - m < series_ceiling)) return sentinel;
-    }
-    const double k = i;
+    const double m = first_index(), largest_factor = m + 2.0 * series_ceiling + h_ + 1.0;
+    mixture_pass pass{m, upper_start(at)};
+    if (worth_scaling(pass.ratio, at.v, largest_factor)) rise_to_peak<scaled_ratios>(at, m, pass);
+    if (pass.is_going()) rise_to_peak<plain_ratios>(at, m, pass);
+    if (pass.at_ceiling) return sentinel;
+    const double k = pass.i;
     const double P = log_peak(at, k);
     if (P < log_dbl_min) return 0.0;
 
-    double T = std::exp(P) * U;
-    double total = (S + 1.0) * T;
-    for (;;) {
-        if (stop_rule_out_of_reach(T, total)) return sentinel;
-        const double t = d / (i + 1.5) * (v * u / (i + 1.0) / U + 1.0);
+    pass.T = std::exp(P) * pass.ratio;
+    pass.total = (pass.S + 1.0) * pass.T;
+    pass.ended = false;
+    if (worth_scaling(pass.ratio, at.v, largest_factor)) rise_from_peak<scaled_ratios>(at, k, pass);
+    if (pass.is_going()) rise_from_peak<plain_ratios>(at, k, pass);
+    return pass.at_ceiling ? sentinel : pass.total * 0.5 * weight_;
+}
+
+template <class Ratios>
+void t_odd_mixture::rise_to_peak(const t_mixture_point& at, double m, mixture_pass& pass) const {
+    const double u = at.u, v = Ratios::scaled(at.v), d = weights_.mean();
+    double i = pass.i, U = Ratios::scaled(pass.ratio), S = pass.S;
+    while (Ratios::fits(U)) {
+        if (!is_finite(U) || (U == 0.0 && v == 0.0)) {
+            pass.at_ceiling = true;
+            break;
+        }
+        const double w = Ratios::product(U, i + 1.0);
+        const double t = Ratios::product(U, (i + 1.5) / d * (i + 1.0)) / (Ratios::product(v, u) + w);
+        if (t > 1.0) {
+            pass.ended = true;
+            break;
+        }
+        U = Ratios::quotient(v, i + h_ + 1.0) + Ratios::quotient(Ratios::quotient(w, u), i + h_ + 1.0);
+        i += 1.0;
+        S = (S + 1.0) * t;
+        if (!(i - m < series_ceiling)) {
+            pass.at_ceiling = true;
+            break;
+        }
+    }
+    pass.i = i, pass.ratio = Ratios::unscaled(U), pass.S = S;
+}
+
+template <class Ratios>
+void t_odd_mixture::rise_from_peak(const t_mixture_point& at, double k, mixture_pass& pass) const {
+    const double u = at.u, v = Ratios::scaled(at.v), d = weights_.mean();
+    double i = pass.i, U = Ratios::scaled(pass.ratio), T = pass.T, total = pass.total;
+    while (Ratios::fits(U)) {
+        if (stop_rule_out_of_reach(T, total)) {
+            pass.at_ceiling = true;
+            break;
+        }
+        const double t = d / (i + 1.5) * (Ratios::quotient(Ratios::product(v, u), i + 1.0) / U + 1.0);
         T = T * t;
         total = total + T;
-        if (total > tail_switch || T < total * series_tolerance * (1.0 - t)) return total * 0.5 * weight_;
-        U = U * (i + 1.0) / u / (i + h_ + 1.0) + v / (i + h_ + 1.0);
+        if (total > tail_switch || T < total * series_tolerance * (1.0 - t)) {
+            pass.ended = true;
+            break;
+        }
+        const double w = Ratios::product(U, i + 1.0);
+        U = Ratios::quotient(Ratios::quotient(w, u), i + h_ + 1.0) + Ratios::quotient(v, i + h_ + 1.0);
         i += 1.0;
-        if (i - k > series_ceiling - 1.0) return sentinel;
+        if (i - k > series_ceiling - 1.0) {
+            pass.at_ceiling = true;
+            break;
+        }
     }
+    pass.i = i, pass.ratio = Ratios::unscaled(U), pass.T = T, pass.total = total;
 }
 
 t_nc_distribution::t_nc_distribution(double df, double ncp)

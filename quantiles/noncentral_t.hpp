@@ -58,6 +58,25 @@ public:
     lane_array upper_sums(const std::array<t_mixture_point, lane_count>& at) const;
 
 private:
+    // A sum on its way. Ratios says how its numbers are kept; a pass that outgrows scaled ones is taken up by
+    // plain ones.
+    struct mixture_pass {
+        double i, ratio;
+        double S = 0.0;  // of the terms before the peak, relative to it
+        double T = 0.0, total = 0.0;
+        bool ended = false;  // the peak is found, or the sum has stopped
+        bool at_ceiling = false;
+        bool is_going() const { return !ended && !at_ceiling; }
+    };
+    template <class Ratios>
+    void fall_to_peak(const t_mixture_point& at, mixture_pass& pass) const;
+    template <class Ratios>
+    void fall_from_peak(const t_mixture_point& at, double k, mixture_pass& pass) const;
+    template <class Ratios>
+    void rise_to_peak(const t_mixture_point& at, double m, mixture_pass& pass) const;
+    template <class Ratios>
+    void rise_from_peak(const t_mixture_point& at, double k, mixture_pass& pass) const;
+
     double lower_start(const t_mixture_point& at) const;
     double upper_start(const t_mixture_point& at) const;
     double log_peak(const t_mixture_point& at, double k) const;

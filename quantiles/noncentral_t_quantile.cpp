@@ -49,7 +49,7 @@ double t_nc_distribution::quantile(double p, unsigned char upper) const {
     unsigned char overflow = 0, failed = 0;
     f.expect_doubling(x0, f0);
     expand_bracket(x0, f0, x1, f1, residual, overflow);
-    f.expect_bisection(x0, f0, x1);
+    f.expect_bisection(x0, f0, x1, f1);
     const double root = solve_bracketed(x0, f0, x1, f1, residual, failed);
     return is_nan(root) ? sign_set_nan : root;
 }
