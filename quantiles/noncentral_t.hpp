@@ -124,6 +124,8 @@ public:
 private:
     tail_pair tails_positive(double x) const;
     bool many_terms() const;
+    // Further out the ratios of the mixture are subnormal; one by one they are scaled (subnormal_ratios.hpp).
+    bool worth_steps(double size) const { return df_ >= 1e-280 * size * size; }
 
     double df_, ncp_;                // the noncentrality as given
     double magnitude_;               // and without its sign

@@ -214,7 +214,7 @@ void t_nc_distribution::tails_of(const double* x, std::uint64_t n, unsigned char
     };
     for (std::uint64_t i = 0; i < n; ++i) {
         const double size = ncp_ < 0.0 ? -x[i] : x[i];
-        if (size > 0.0 && size <= largest_double) {
+        if (size > 0.0 && worth_steps(size)) {
             groups.add((df_ < size * size ? 2u : 0u) + (size > magnitude_ ? 1u : 0u), x[i], i, run);
         } else if (recurrence && size < 0.0 && size >= -largest_double) {
             below[below_count] = size;

@@ -11,13 +11,6 @@
 
 namespace dru::impl {
 
-namespace {
-
-// Below this df / x^2 the ratios are subnormal: what takes the time is then each operation by itself.
-constexpr double smallest_in_step = 1e-280;
-
-}  // namespace
-
 bool t_nc_distribution::many_terms() const {
     if (is_infinite(weights_.mean()) || !(weights_.last() <= largest_index)) return false;
     return weights_.last() - weights_.first() >= worth_looking_ahead;
@@ -30,7 +23,7 @@ double t_nc_distribution::quantile(double p, unsigned char upper) const {
     const bool mixture_in_step = many_terms(), recurrence_in_step = negative_.by_recurrence();
     const auto usable = [&](double y, double x) {
         const double side = ncp_ < 0.0 ? -x : x, at = ncp_ < 0.0 ? -y : y;
-        if (side > 0.0) return mixture_in_step && at > 0.0 && df_ >= smallest_in_step * y * y;
+        if (side > 0.0) return mixture_in_step && at > 0.0 && worth_steps(at);
         return recurrence_in_step && side < 0.0 && at < 0.0 && at >= -largest_double;
     };
     look_ahead f([&](double x) { return upper != 0 ? p - tail(x, 1) : tail(x, 0) - p; },

@@ -135,6 +135,30 @@ TEST(PlainF, NoncentralDensityAndTails) {
     }
 }
 
+// So far out that the mixture's ratios are subnormal, and to both sides of where they become so.
+TEST(PlainF, NoncentralTailsFarOut) {
+    Random random(6);
+    Comparison comparison;
+    for (int n = 0; n < rounds(300); ++n) {
+        const double d1 = random.shape(-2.0, 2.0, shape_thresholds);
+        const double d2 = random.power(-8.0, random.chance(8) ? 3.0 : 0.5);
+        const double nc = random.power(-4.0, random.chance(40) ? 4.0 : 2.0);
+        std::vector<double> x;
+        for (int i = 0; i < 12; ++i) {
+            const double y = random.chance(4) ? random.next_to(random.one_of({0x1p-960, 0x1p-1022, 1e-280}))
+                                              : random.power(-323.3, -270.0);
+            x.push_back(std::min(d2 / d1 / y, 1.7e308));
+        }
+        const unsigned char upper = n % 2;
+        compare(
+            comparison, x, "tail " + list(d1, d2, nc), [&](double y) { return f_cdf(y, d1, d2, nc, upper); },
+            [&](double y) { return zolv_FCdf(y, d1, d2, nc, upper); },
+            [&](const double* y, std::size_t m, double* out) {
+                zolv_ParallelFCdf(y, m, d1, d2, nc, upper, out);
+            });
+    }
+}
+
 // A noncentral quantile is some fifty sums: fewer of them.
 TEST(PlainF, Quantiles) {
     Random random(5);

@@ -124,6 +124,47 @@ TEST(PlainT, NoncentralTailsBeyondTheOrigin) {
     }
 }
 
+// So far out that the mixture's ratios are subnormal, and to both sides of where they become so.
+TEST(PlainT, NoncentralTailsFarOut) {
+    Random random(26);
+    Comparison comparison;
+    for (int n = 0; n < rounds(300); ++n) {
+        const double df = random.power(-8.0, random.chance(8) ? 3.0 : 0.5);
+        const double nc = (n % 2 != 0 ? 1.0 : -1.0) * random.power(-2.0, random.chance(40) ? 2.5 : 1.2);
+        std::vector<double> x;
+        for (int i = 0; i < 12; ++i) {
+            const double v = random.chance(4) ? random.next_to(random.one_of({0x1p-960, 0x1p-1022, 1e-280}))
+                                              : random.power(-323.3, -270.0);
+            x.push_back(std::copysign(std::sqrt(df) / std::sqrt(v), nc));
+        }
+        const unsigned char upper = n % 4 < 2 ? 1 : 0;
+        compare(
+            comparison, x, "tail " + list(df, nc), [&](double y) { return t_cdf(y, df, nc, upper); },
+            [&](double y) { return zolv_TCdf(y, df, nc, upper); },
+            [&](const double* y, std::size_t m, double* out) {
+                zolv_ParallelTCdf(y, m, df, nc, upper, out);
+            });
+    }
+}
+
+// Few degrees of freedom: a hundred doublings and more before the bisection.
+TEST(PlainT, NoncentralQuantilesFarOut) {
+    Random random(27);
+    Comparison comparison;
+    for (int n = 0; n < rounds(300); ++n) {
+        const double df = random.power(-3.0, -0.5);
+        const double nc = (n % 2 != 0 ? 1.0 : -1.0) * random.power(0.0, random.chance(20) ? 1.8 : 1.2);
+        const unsigned char upper = n % 4 < 2 ? 1 : 0;
+        compare(
+            comparison, probabilities(random, 4), "quantile " + list(df, nc),
+            [&](double p) { return t_inv_cdf(p, df, nc, upper); },
+            [&](double p) { return zolv_TInvCdf(p, df, nc, upper); },
+            [&](const double* p, std::size_t m, double* out) {
+                zolv_ParallelTInvCdf(p, m, df, nc, upper, out);
+            });
+    }
+}
+
 // A quantile is some fifty tails: fewer again, and few of those that reach over 0.
 TEST(PlainT, NoncentralQuantiles) {
     Random random(25);
