@@ -34,7 +34,7 @@ double StepAt(double parameter) { return 0.02 * parameter; }
 bool CmCmndArima::TryCandidate(double& sum) {
     if (lastTryHeld_ && !lastIteration_ && !Converged(candidate_) && RunAhead(candidate_, true)) {
         ahead_ = Ahead::from_trial;
-        sum = aheadSum_.tried;
+        sum = aheadSum_.first;
         return true;
     }
     if (!FullPass(candidate_)) return false;
@@ -53,7 +53,7 @@ bool CmCmndArima::Visit(bool derivativesFollow, double& sum) {
     lastTryHeld_ = true;
     if (ahead_ == Ahead::nothing && derivativesFollow && RunAhead(theta_, false)) ahead_ = Ahead::from_visit;
     if (ahead_ != Ahead::nothing) {
-        sum = aheadSum_.before;
+        sum = ahead_ == Ahead::from_trial ? aheadSum_.second : aheadSum_.first;
         if (!(sum < exact_fit)) return true;
         // No derivatives after all.
         if (ahead_ == Ahead::from_trial) lanes_.LeaveFirst(w_.data());
@@ -67,8 +67,8 @@ bool CmCmndArima::Visit(bool derivativesFollow, double& sum) {
 bool CmCmndArima::RunAhead(const Parameters& point, bool tried) {
     WalkAround(point);
     lanes_.Begin();
-    if (tried && hasConstant_) lanes_.Add(lanes_.Tried(), point.data());
-    lanes_.Add(lanes_.Before(), point.data());
+    lanes_.Add(lanes_.First(), point.data());
+    if (tried && hasConstant_) lanes_.Add(lanes_.Second(), point.data());
     auto next = around_.begin();
     for (int j = 0; j < ParameterCount(); ++j) {
         lanes_.Add(lanes_.Raised(j), (next++)->data());

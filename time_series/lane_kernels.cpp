@@ -1,173 +1,14 @@
 #include "time_series/lane_kernels.hpp"
 
-#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "time_series/lane_passes.hpp"
 
 namespace vek::time_series {
 
 namespace {
-
-constexpr double backcast_end = 0.001;  // a backcast this small ends the backward pass of its lane
-
-struct TwoLanes {
-    using Values [[gnu::vector_size(16)]] = double;
-    using Bits [[gnu::vector_size(16)]] = std::int64_t;
-};
-struct FourLanes {
-    using Values [[gnu::vector_size(32)]] = double;
-    using Bits [[gnu::vector_size(32)]] = std::int64_t;
-};
-
-// A row of lanes in `count` registers.
-template <class Lanes, std::size_t count>
-struct Row {
-    using Values = typename Lanes::Values;
-    using Bits = typename Lanes::Bits;
-    static constexpr std::size_t width = sizeof(Values) / sizeof(double);
-
-    // The builtin: under its checked replacement the registers would live in memory.
-    template <class Register, class Element>
-    [[gnu::always_inline]] static void Load(Register& to, const Element* from, std::size_t n) {
-        __builtin_memcpy(&to, from + n * width, sizeof to);
-    }
-    template <class Register, class Element>
-    [[gnu::always_inline]] static void Store(Element* to, std::size_t n, const Register& from) {
-        __builtin_memcpy(to + n * width, &from, sizeof from);
-    }
-    [[gnu::always_inline]] static bool Any(const Bits& bits) {
-        std::int64_t any = 0;
-        for (std::size_t l = 0; l < width; ++l) any |= bits[l];
-        return any != 0;
-    }
-    // All bits of the lanes that are not below the bound, a NaN among them.
-    [[gnu::always_inline]] static void Near(Bits& found, const Values& v) {
-        constexpr std::int64_t magnitude = 0x7FFFFFFFFFFFFFFF;
-        found |= ~(reinterpret_cast<Values>(reinterpret_cast<Bits>(v) & magnitude) <= near_bound);
-    }
-    // AR terms off, then MA terms on, in the order of the list; their rows lie `sign` times the lag away. An
-    // MA term of lag 1 comes first in its list, and waits for nothing but the row just finished, `previous`.
-    [[gnu::always_inline]] static void AddTerms(const LaneArrays& lanes, std::ptrdiff_t row, int sign,
-                                                const Values (&previous)[count], Values (&v)[count]) {
-        for (int i = 0; i < lanes.arCount; ++i) {
-            const double* const phi = lanes.arCoefficient + i * lanes.stride;
-            const double* const w = lanes.w + row + sign * lanes.arDistance[i];
-#pragma GCC unroll 12
-            for (std::size_t n = 0; n < count; ++n) {
-                Values coefficient, value;
-                Load(coefficient, phi, n);
-                Load(value, w, n);
-                v[n] -= coefficient * value;
-            }
-        }
-        int j = 0;
-        if (lanes.maCount > 0 && lanes.maDistance[0] == lanes.stride) {
-            j = 1;
-#pragma GCC unroll 12
-            for (std::size_t n = 0; n < count; ++n) {
-                Values coefficient;
-                Load(coefficient, lanes.maCoefficient, n);
-                v[n] += coefficient * previous[n];
-            }
-        }
-        for (; j < lanes.maCount; ++j) {
-            const double* const theta = lanes.maCoefficient + j * lanes.stride;
-            const double* const e = lanes.e + row + sign * lanes.maDistance[j];
-#pragma GCC unroll 12
-            for (std::size_t n = 0; n < count; ++n) {
-                Values coefficient, value;
-                Load(coefficient, theta, n);
-                Load(value, e, n);
-                v[n] += coefficient * value;
-            }
-        }
-    }
-};
-
-// A lane that has made its last backcast goes on for nothing: its zeros are what the pass leaves below.
-template <class Lanes, std::size_t count>
-[[gnu::always_inline]] inline bool RunBackward(const LaneArrays lanes, std::ptrdiff_t span,
-                                               std::ptrdiff_t margin, std::int64_t* first) {
-    using R = Row<Lanes, count>;
-    typename R::Bits near{};
-    typename R::Values previous[count]{};
-    std::ptrdiff_t t = span - 1;
-    for (; t >= margin; --t) {
-        const std::ptrdiff_t row = t * lanes.stride;
-        typename R::Values v[count];
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < count; ++n) R::Load(v[n], lanes.w + row, n);
-        R::AddTerms(lanes, row, 1, previous, v);
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < count; ++n) {
-            R::Near(near, v[n]);
-            R::Store(lanes.e + row, n, v[n]);
-            previous[n] = v[n];
-        }
-    }
-
-    typename R::Bits going[count];
-#pragma GCC unroll 12
-    for (std::size_t n = 0; n < count; ++n) going[n] = ~typename R::Bits{};
-    for (bool any = true; any && t >= 0; --t) {
-        const std::ptrdiff_t row = t * lanes.stride;
-        typename R::Values v[count]{};
-        R::AddTerms(lanes, row, 1, previous, v);
-        typename R::Bits left{};
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < count; ++n) {
-            previous[n] = typename R::Values{};  // no backward residuals in the margin
-            typename R::Bits reached;
-            R::Load(reached, first, n);
-            R::Store(first, n, reached + going[n]);  // less 1
-            R::Near(near, v[n]);
-            R::Store(lanes.w + row, n, reinterpret_cast<typename R::Bits>(-v[n]) & going[n]);
-            going[n] &= ~((v[n] < backcast_end) & (v[n] > -backcast_end));
-            left |= going[n];
-        }
-        any = R::Any(left);
-    }
-    std::fill_n(lanes.w, (t + 1) * lanes.stride, 0.0);
-    return !R::Any(near);
-}
-
-template <class Lanes, std::size_t count>
-[[gnu::always_inline]] inline bool RunForward(const LaneArrays lanes, std::ptrdiff_t end,
-                                              const std::int64_t* first) {
-    using R = Row<Lanes, count>;
-    const auto [earliest, latest] = std::minmax_element(first, first + count * R::width);
-    typename R::Bits near{};
-    typename R::Values previous[count]{};
-    std::ptrdiff_t t = *earliest;
-    for (; t < *latest; ++t) {
-        const std::ptrdiff_t row = t * lanes.stride;
-        typename R::Values v[count];
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < count; ++n) R::Load(v[n], lanes.w + row, n);
-        R::AddTerms(lanes, row, -1, previous, v);
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < count; ++n) {
-            R::Near(near, v[n]);
-            typename R::Bits start;
-            R::Load(start, first, n);
-            previous[n] =
-                reinterpret_cast<typename R::Values>(reinterpret_cast<typename R::Bits>(v[n]) & (start <= t));
-            R::Store(lanes.e + row, n, previous[n]);
-        }
-    }
-    for (; t < end; ++t) {
-        const std::ptrdiff_t row = t * lanes.stride;
-        typename R::Values v[count];
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < count; ++n) R::Load(v[n], lanes.w + row, n);
-        R::AddTerms(lanes, row, -1, previous, v);
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < count; ++n) {
-            R::Near(near, v[n]);
-            R::Store(lanes.e + row, n, v[n]);
-            previous[n] = v[n];
-        }
-    }
-    return !R::Any(near);
-}
 
 // Each sum has a lane to itself. Of the matrix whole registers are kept: what lies right of the diagonal is
 // left over.
@@ -176,7 +17,12 @@ template <class Lanes, std::size_t parameters>
     constexpr std::size_t width = Row<Lanes, 1>::width;
     constexpr std::size_t count = (parameters + width - 1) / width;
     using R = Row<Lanes, count>;
-    typename R::Values gradient[count]{}, matrix[parameters][count]{};
+    typename R::Values gradient[count], matrix[parameters][count];
+    R::LoadRow(gradient, sums.gradient.data());
+#pragma GCC unroll 12
+    for (std::size_t j = 0; j < parameters; ++j) R::LoadRow(matrix[j], sums.matrix[j].data());
+    typename R::Bits last{};  // all bits of the last parameter, which is in the last register
+    last[(static_cast<std::size_t>(sums.parameters) - 1) % width] = -1;
     for (std::ptrdiff_t t = sums.from; t < sums.end; ++t) {
         const std::ptrdiff_t row = t * sums.stride;
         const double right = sums.right[row];
@@ -187,6 +33,10 @@ template <class Lanes, std::size_t parameters>
             R::Load(minuend, sums.minuend + row, n);
             R::Load(subtrahend, sums.subtrahend + row, n);
             x[n] = minuend - subtrahend;
+            if (n + 1 == count) {
+                R::Spread(minuend, sums.lastMinuend[row] - sums.lastSubtrahend[row]);
+                x[n] = last ? minuend : x[n];
+            }
             gradient[n] += x[n] * right;
         }
 #pragma GCC unroll 12
@@ -197,68 +47,118 @@ template <class Lanes, std::size_t parameters>
             }
         }
     }
+    R::StoreRow(sums.gradient.data(), gradient);
 #pragma GCC unroll 12
-    for (std::size_t n = 0; n < count; ++n) R::Store(sums.gradient.data(), n, gradient[n]);
-#pragma GCC unroll 12
-    for (std::size_t j = 0; j < parameters; ++j) {
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < count; ++n) R::Store(sums.matrix[j].data(), n, matrix[j][n]);
+    for (std::size_t j = 0; j < parameters; ++j) R::StoreRow(sums.matrix[j].data(), matrix[j]);
+}
+
+template <class Lanes>
+[[gnu::always_inline]] inline bool RunShift(double c, ShiftBlock& value, ShiftBlock& shifted) {
+    using R = Row<Lanes, 1>;
+    typename R::Bits moved{};
+    for (std::size_t n = 0; n < shift_block / R::width; ++n) {
+        typename R::Values before;
+        R::Load(before, value.data(), n);
+        const typename R::Values less = before + -c, back = less + c;
+        moved |= reinterpret_cast<typename R::Bits>(back) ^ reinterpret_cast<typename R::Bits>(before);
+        R::Store(shifted.data(), n, less);
+        R::Store(value.data(), n, back);
     }
+    return R::Any(moved);
+}
+
+template <class Lanes>
+[[gnu::always_inline]] inline double RunLargest(const double* value, std::ptrdiff_t count) {
+    using R = Row<Lanes, 1>;
+    constexpr auto width = static_cast<std::ptrdiff_t>(R::width);
+    constexpr std::int64_t magnitude = 0x7FFFFFFFFFFFFFFF;
+    typename R::Values largest{};
+    typename R::Bits unordered{};
+    std::ptrdiff_t t = 0;
+    for (; t + width <= count; t += width) {
+        typename R::Bits bits;
+        R::Load(bits, value + t, 0);
+        const auto size = reinterpret_cast<typename R::Values>(bits & magnitude);
+        largest = size > largest ? size : largest;
+        unordered |= size != size;
+    }
+    double found = 0.0;
+    bool isNan = R::Any(unordered);
+    for (std::size_t l = 0; l < R::width; ++l) found = std::max(found, largest[l]);
+    for (; t < count; ++t) {
+        found = std::max(found, std::fabs(value[t]));
+        isNan |= value[t] != value[t];
+    }
+    return isNan ? std::numeric_limits<double>::infinity() : found;
 }
 
 // ---- a function per width and row ------------------------------------------------------------------------
 
 template <std::size_t quads>
-bool NarrowBackward(const LaneArrays& lanes, std::ptrdiff_t span, std::ptrdiff_t margin,
-                    std::int64_t* first) {
-    return RunBackward<TwoLanes, 2 * quads>(lanes, span, margin, first);
-}
+using NarrowRow = Row<TwoLanes, 2 * quads>;
 template <std::size_t quads>
-bool NarrowForward(const LaneArrays& lanes, std::ptrdiff_t end, const std::int64_t* first) {
-    return RunForward<TwoLanes, 2 * quads>(lanes, end, first);
-}
-template <std::size_t parameters>
-void NarrowProducts(LaneProducts& sums) {
-    RunProducts<TwoLanes, parameters>(sums);
-}
-constexpr LaneKernels narrow_kernels = {
-    {NarrowBackward<1>, NarrowBackward<2>, NarrowBackward<3>, NarrowBackward<4>, NarrowBackward<5>,
-     NarrowBackward<6>},
-    {NarrowForward<1>, NarrowForward<2>, NarrowForward<3>, NarrowForward<4>, NarrowForward<5>,
-     NarrowForward<6>},
-    {NarrowProducts<2>, NarrowProducts<4>, NarrowProducts<6>, NarrowProducts<8>, NarrowProducts<10>}};
+using WideRow = Row<FourLanes, quads>;
 
-#if defined(__x86_64__)
 // Without "fma": nothing may be fused, whatever the flags.
-template <std::size_t quads>
-[[gnu::target("avx2")]] bool WideBackward(const LaneArrays& lanes, std::ptrdiff_t span, std::ptrdiff_t margin,
-                                          std::int64_t* first) {
-    return RunBackward<FourLanes, quads>(lanes, span, margin, first);
-}
-template <std::size_t quads>
-[[gnu::target("avx2")]] bool WideForward(const LaneArrays& lanes, std::ptrdiff_t end,
-                                         const std::int64_t* first) {
-    return RunForward<FourLanes, quads>(lanes, end, first);
-}
-template <std::size_t parameters>
-[[gnu::target("avx2")]] void WideProducts(LaneProducts& sums) {
-    RunProducts<FourLanes, parameters>(sums);
-}
-constexpr LaneKernels wide_kernels = {
-    {WideBackward<1>, WideBackward<2>, WideBackward<3>, WideBackward<4>, WideBackward<5>, WideBackward<6>},
-    {WideForward<1>, WideForward<2>, WideForward<3>, WideForward<4>, WideForward<5>, WideForward<6>},
-    {WideProducts<2>, WideProducts<4>, WideProducts<6>, WideProducts<8>, WideProducts<10>}};
+#define ZOLV_LANE_FUNCTIONS(NAME, LANES, TARGET)                                                    \
+    template <std::size_t quads, bool hasApart>                                                     \
+    TARGET void NAME##Backward(const LaneArrays& lanes, std::ptrdiff_t from) {                      \
+        RunBackward<NAME##Row<quads>, hasApart>(lanes, from);                                       \
+    }                                                                                               \
+    template <std::size_t quads, bool hasApart>                                                     \
+    TARGET std::ptrdiff_t NAME##Close(const LaneArrays& lanes, const LaneBracket& bracket) {        \
+        return RunClose<NAME##Row<quads>, hasApart>(lanes, bracket);                                \
+    }                                                                                               \
+    template <std::size_t quads>                                                                    \
+    TARGET void NAME##Backcast(const LaneArrays& lanes, std::ptrdiff_t from, std::int64_t* first) { \
+        RunBackcast<NAME##Row<quads>>(lanes, from, first);                                          \
+    }                                                                                               \
+    template <std::size_t quads>                                                                    \
+    TARGET void NAME##Start(const LaneArrays& lanes, const std::int64_t* first) {                   \
+        RunStart<NAME##Row<quads>>(lanes, first);                                                   \
+    }                                                                                               \
+    template <std::size_t quads, bool hasApart>                                                     \
+    TARGET void NAME##Forward(const LaneArrays& lanes, std::ptrdiff_t from, std::ptrdiff_t end) {   \
+        RunForward<NAME##Row<quads>, hasApart>(lanes, from, end);                                   \
+    }                                                                                               \
+    template <std::size_t pairs>                                                                    \
+    TARGET void NAME##Products(LaneProducts& sums) {                                                \
+        RunProducts<LANES, 2 * pairs>(sums);                                                        \
+    }                                                                                               \
+    TARGET bool NAME##Shift(double c, ShiftBlock& value, ShiftBlock& shifted) {                     \
+        return RunShift<LANES>(c, value, shifted);                                                  \
+    }                                                                                               \
+    TARGET double NAME##Largest(const double* value, std::ptrdiff_t count) {                        \
+        return RunLargest<LANES>(value, count);                                                     \
+    }                                                                                               \
+    template <std::size_t... i, std::size_t... pair>                                                \
+    constexpr LaneKernels Make##NAME(std::index_sequence<i...>, std::index_sequence<pair...>) {     \
+        return {{{{NAME##Backward<i + 1, false>...}, {NAME##Backward<i + 1, true>...}}},            \
+                {{{NAME##Close<i + 1, false>...}, {NAME##Close<i + 1, true>...}}},                  \
+                {NAME##Backcast<i + 1>...},                                                         \
+                {NAME##Start<i + 1>...},                                                            \
+                {{{NAME##Forward<i + 1, false>...}, {NAME##Forward<i + 1, true>...}}},              \
+                {NAME##Products<pair + 1>...},                                                      \
+                NAME##Shift,                                                                        \
+                NAME##Largest};                                                                     \
+    }                                                                                               \
+    constexpr LaneKernels NAME##_kernels =                                                          \
+        Make##NAME(std::make_index_sequence<max_quads>(), std::make_index_sequence<5>());
+
+ZOLV_LANE_FUNCTIONS(Narrow, TwoLanes, )
+#if defined(__x86_64__)
+ZOLV_LANE_FUNCTIONS(Wide, FourLanes, [[gnu::target("avx2")]])
 #endif
 
 }  // namespace
 
-const LaneKernels& NarrowLaneKernels() { return narrow_kernels; }
+const LaneKernels& NarrowLaneKernels() { return Narrow_kernels; }
 
 const LaneKernels& FastestLaneKernels() {
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2")) return wide_kernels;
+    if (__builtin_cpu_supports("avx2")) return Wide_kernels;
 #endif
-    return narrow_kernels;  // GCOVR_EXCL_LINE: only a processor without AVX2 comes here
+    return Narrow_kernels;  // GCOVR_EXCL_LINE: only a processor without AVX2 comes here
 }
 
 }  // namespace vek::time_series

@@ -2,7 +2,8 @@
 // doubles.
 //
 // A register holds lanes, and no lane meets another: both widths make the same operations in each lane, in
-// the same order, and so give the same bits.
+// the same order, and so give the same bits. (Registers of eight were slower: most models have eleven lanes
+// or fewer, and a processor adds and multiplies in fewer of them at a time.)
 #pragma once
 
 #include <array>
@@ -11,47 +12,82 @@
 
 namespace vek::time_series {
 
-inline constexpr int lanes_per_quad = 4;  // a row of lanes is padded to whole quads
-inline constexpr int max_quads = 6;
-inline constexpr int max_lanes = max_quads * lanes_per_quad;
-
-// Far enough below the bound of the recursion, 1.001e18, that no shift by a constant reaches it from there.
-inline constexpr double near_bound = 1e17;
+inline constexpr std::ptrdiff_t lanes_per_quad = 4;  // a row of lanes is padded to whole quads
+inline constexpr std::size_t max_quads = 6;
+inline constexpr std::size_t max_lanes = 24;
 
 struct LaneArrays {
-    double* w = nullptr;        // working series: row t, of all lanes, begins at t * stride
-    double* e = nullptr;        // residuals; the backward ones while the backward pass runs
-    std::ptrdiff_t stride = 0;  // whole quads
-    // A row of coefficients per term, and the distance between a row and that of its lag.
+    // The working series as each lane sees it, for times below rowsEnd: row t begins at rows + t * stride.
+    double* rows = nullptr;
+    std::ptrdiff_t rowsEnd = 0;
+    // The same from the margin on: lanes see common[t], but those of the first quad, where `apart` is not
+    // null, what begins at apart + t * lanes_per_quad.
+    const double *common = nullptr, *apart = nullptr;
+    std::ptrdiff_t margin = 0;
+
+    double* e = nullptr;        // rows of residuals; of the backward ones while the backward pass runs
+    std::ptrdiff_t stride = 0;  // lanes in a row
+    // A row of coefficients per term, and the lags.
     const double *arCoefficient = nullptr, *maCoefficient = nullptr;
-    const std::ptrdiff_t *arDistance = nullptr, *maDistance = nullptr;
+    const std::int64_t *arLag = nullptr, *maLag = nullptr;
     int arCount = 0, maCount = 0;
+    double* squares = nullptr;  // by lane, what the squares of the residuals add up to, in time
 };
 
-// Sums over t = from .. end - 1, x_j being minuend[j] - subtrahend[j] in row t: gradient[j] of x_j right[0],
-// and matrix[j][i] of x_j x_i for i <= j. Whole registers are read from each pointer, up to `width` doubles.
+// Two sequences that hold the residuals of the backward pass between them, the lower one in e.
+struct LaneBracket {
+    std::ptrdiff_t from = 0;         // they are given at this time and as far behind it as an MA term looks
+    double* upper = nullptr;         // rows as those of e
+    const bool* negative = nullptr;  // by MA term: its coefficients are negative, or 0
+    std::ptrdiff_t rows = 0;         // so many that are the same, one after another, settle all before them
+};
+
+// Sums over t = from .. end - 1, x_j being minuend[j] - subtrahend[j] in row t, but for the last parameter
+// lastMinuend[0] - lastSubtrahend[0]: added to gradient[j] is x_j right[0], and to matrix[j][i] x_j x_i for
+// i <= j. Whole registers are read from the first two pointers, up to `width` doubles.
 struct LaneProducts {
     static constexpr int width = 12;  // ten parameters in whole quads
     const double *minuend = nullptr, *subtrahend = nullptr, *right = nullptr;  // in row 0
+    const double *lastMinuend = nullptr, *lastSubtrahend = nullptr;
+    int parameters = 0;
     std::ptrdiff_t stride = 0;
     std::ptrdiff_t from = 0, end = 0;
     std::array<double, width> gradient{};
     std::array<std::array<double, width>, width> matrix{};
 };
 
-struct LaneKernels {
-    // From below `span` down: times from `margin` on into e, the others into w, where each lane ends with its
-    // own last backcast and holds zeros below it. first[lane] is counted down by one for each of its times in
-    // the margin. False if a value came near the bound.
-    using Backward = bool (*)(const LaneArrays& lanes, std::ptrdiff_t span, std::ptrdiff_t margin,
-                              std::int64_t* first);
-    // Up to `end`, each lane from its own first time on. False if a value came near the bound.
-    using Forward = bool (*)(const LaneArrays& lanes, std::ptrdiff_t end, const std::int64_t* first);
-    using Products = void (*)(LaneProducts& sums);
+inline constexpr std::size_t shift_block = 64;
+using ShiftBlock = std::array<double, shift_block>;
 
-    std::array<Backward, max_quads> backward;  // by quads in a row, less 1
-    std::array<Forward, max_quads> forward;
+struct LaneKernels {
+    // The residuals of the backward pass from t = from - 1 down to the margin, into e.
+    using Backward = void (*)(const LaneArrays& lanes, std::ptrdiff_t from);
+    // Both sequences down to where they are one, or to the margin. The time from which on `bracket.rows` rows
+    // are the same in both, and not 0; or -1.
+    using Close = std::ptrdiff_t (*)(const LaneArrays& lanes, const LaneBracket& bracket);
+    // From `from` - 1, in the margin, on down, into rows: each lane ends with its own last backcast and holds
+    // zeros below. first[lane] is counted down by one for each of its times.
+    using Backcast = void (*)(const LaneArrays& lanes, std::ptrdiff_t from, std::int64_t* first);
+    // The residuals up to rowsEnd, each lane from its own first time on.
+    using Start = void (*)(const LaneArrays& lanes, const std::int64_t* first);
+    // Those from `from`, at rowsEnd or behind it, up to `end`.
+    using Forward = void (*)(const LaneArrays& lanes, std::ptrdiff_t from, std::ptrdiff_t end);
+    using Products = void (*)(LaneProducts& sums);
+    // shifted = value - c, then value = shifted + c; whether one of `value` has moved.
+    using Shift = bool (*)(double c, ShiftBlock& value, ShiftBlock& shifted);
+    // The largest magnitude; infinity where there is a NaN.
+    using Largest = double (*)(const double* value, std::ptrdiff_t count);
+
+    template <class Function>
+    using ByQuads = std::array<Function, max_quads>;  // in a row, less 1
+    std::array<ByQuads<Backward>, 2> backward;        // the second ones are for arrays with `apart`
+    std::array<ByQuads<Close>, 2> close;
+    ByQuads<Backcast> backcast;
+    ByQuads<Start> start;
+    std::array<ByQuads<Forward>, 2> forward;
     std::array<Products, 5> products;  // by pairs of parameters, less 1
+    Shift shift;
+    Largest largest;
 };
 
 const LaneKernels& NarrowLaneKernels();

@@ -1,8 +1,8 @@
 #include "time_series/residual_lanes.hpp"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
+#include <utility>
 
 namespace vek::time_series {
 
@@ -10,14 +10,17 @@ namespace {
 
 using Index = std::ptrdiff_t;
 
-// A series and constants within it stay below near_bound through every shift and its roundings.
-constexpr double ordinary_bound = 1e16;
+// Values whose squares add up to no more are below near_bound, far enough below the bound of the recursion,
+// 1.001e18, that no shift by a constant reaches it from there.
+constexpr double near_bound = 1e17;
+constexpr double near_squares = near_bound * near_bound;
 
-constexpr Index spread_block = 32;
+constexpr Index forward_block = 128;  // times whose rows are still at hand when they enter the products
+constexpr Index cache_line = 8;       // doubles
+
+Index InLines(Index count) { return (count + cache_line - 1) / cache_line * cache_line; }
 
 std::size_t Size(Index count) { return static_cast<std::size_t>(count); }
-
-std::uint64_t BitsOf(double x) { return std::bit_cast<std::uint64_t>(x); }
 
 }  // namespace
 
@@ -25,27 +28,35 @@ void ResidualLanes::Prepare(const PassFrame& frame, const LaneKernels& kernels) 
     frame_ = frame;
     kernels_ = &kernels;
     maxLag_ = static_cast<Index>(std::max(frame.ar->maxLag, frame.ma->maxLag));
-    hasLagZero_ = seriesStands_ = false;
-    const int lanes = 2 * frame.parameters + (frame.hasConstant ? 3 : 2);
+    rowsEnd_ = std::min(frame.margin + static_cast<Index>(frame.ar->maxLag), frame.end);
+    const auto looksAtItself = [](const zolv::time_series::LagTerms& terms) {
+        const auto* const end = terms.lag.data() + terms.count;
+        return std::find(terms.lag.data(), end, 0) != end;
+    };
+    hasLagZero_ = looksAtItself(*frame.ar) || looksAtItself(*frame.ma);
+    seriesStands_ = false;
+    const Index lanes = 2 * frame.parameters + (frame.hasConstant ? 3 : 2);
     stride_ = (lanes + lanes_per_quad - 1) / lanes_per_quad * lanes_per_quad;
 
-    const Index rows = frame.end * stride_, drifted = frame.hasConstant ? frame.end : 0;
-    const Index arRows = frame.ar->count * stride_, maRows = frame.ma->count * stride_;
-    memory_.assign(Size(2 * rows + LaneProducts::width + arRows + maRows + drifted), 0.0);
-    w_ = memory_.data();
-    e_ = w_ + rows;
-    arCoefficient_ = e_ + rows + LaneProducts::width;  // products read past the end of the last row
-    maCoefficient_ = arCoefficient_ + arRows;
-    drifted_ = maCoefficient_ + maRows;
-
-    const auto measure = [this](const zolv::time_series::LagTerms& terms, auto& distance) {
-        for (std::size_t i = 0; i < Size(terms.count); ++i) {
-            hasLagZero_ |= terms.lag[i] == 0;
-            distance[i] = static_cast<Index>(terms.lag[i]) * stride_;
-        }
-    };
-    measure(*frame.ar, arDistance_);
-    measure(*frame.ma, maDistance_);
+    // Products read past the end of the last row.
+    const Index shifted = frame.hasConstant ? frame.end : 0;
+    const std::array<std::pair<double**, Index>, 7> arrays{{{&w_, rowsEnd_ * stride_},
+                                                            {&e_, frame.end * stride_ + LaneProducts::width},
+                                                            {&arCoefficient_, frame.ar->count * stride_},
+                                                            {&maCoefficient_, frame.ma->count * stride_},
+                                                            {&common_, frame.end},
+                                                            {&apart_, shifted * lanes_per_quad},
+                                                            {&drifted_, shifted}}};
+    Index size = cache_line;
+    for (const auto& array : arrays) size += InLines(array.second);
+    memory_.assign(Size(size), 0.0);
+    constexpr std::uintptr_t line = cache_line * sizeof(double);
+    double* next =
+        memory_.data() + (line - reinterpret_cast<std::uintptr_t>(memory_.data()) % line) / sizeof(double);
+    for (const auto& [array, count] : arrays) {
+        *array = next;
+        next += InLines(count);
+    }
 }
 
 // Lanes without a point have no terms.
@@ -54,100 +65,95 @@ void ResidualLanes::Begin() {
     shift_.fill(0.0);
     std::fill_n(arCoefficient_, frame_.ar->count * stride_, 0.0);
     std::fill_n(maCoefficient_, frame_.ma->count * stride_, 0.0);
+    arSize_ = maSize_ = 0.0;
+    hasNegative_.fill(false);
+    hasPositive_.fill(false);
 }
 
 void ResidualLanes::Add(int lane, const double* theta) {
-    const auto place = [&](const zolv::time_series::LagTerms& terms, double* rows) {
-        std::array<double, zolv::time_series::max_terms> coefficient;
+    std::array<double, zolv::time_series::max_terms> coefficient;
+    const auto place = [&](const zolv::time_series::LagTerms& terms, double* rows, double& largest) {
         terms.Coefficients(theta, coefficient);
-        for (Index i = 0; i < terms.count; ++i) Row(rows, i)[lane] = coefficient[Size(i)];
+        double size = 0.0;
+        for (Index i = 0; i < terms.count; ++i) {
+            Row(rows, i)[lane] = coefficient[Size(i)];
+            size += std::fabs(coefficient[Size(i)]);
+        }
+        if (!(size <= largest)) largest = size;
     };
-    place(*frame_.ar, arCoefficient_);
-    place(*frame_.ma, maCoefficient_);
+    place(*frame_.ar, arCoefficient_, arSize_);
+    place(*frame_.ma, maCoefficient_, maSize_);
+    for (std::size_t j = 0; j < Size(frame_.ma->count); ++j) {
+        hasNegative_[j] |= coefficient[j] < 0.0;
+        hasPositive_[j] |= coefficient[j] > 0.0;
+    }
     if (frame_.hasConstant) shift_[Size(lane)] = theta[frame_.parameters - 1];
     order_[points_++] = lane;
 }
 
-// Without a constant the series itself is the same in every run.
-bool ResidualLanes::Spread(const double* w, Index from) {
-    spreadFrom_ = from;
-    if (hasLagZero_) return false;
-    const auto ordinary = [](const double* value, Index count) {
-        return std::all_of(value, value + count, [](double v) { return std::fabs(v) <= ordinary_bound; });
-    };
-    if (!frame_.hasConstant) {
-        if (!seriesStands_) {
-            if (!ordinary(w + frame_.margin, frame_.end - frame_.margin)) return false;
-            FillRows(frame_.margin, frame_.end - frame_.margin, w + frame_.margin);
-            seriesStands_ = true;
-        }
-        FillRows(from, frame_.margin - from, w + from);
-        return true;
-    }
-    if (!ordinary(w, frame_.end) || !ordinary(shift_.data(), max_lanes)) return false;
-    for (Index start = from; start < frame_.end; start += spread_block) {
-        SpreadShifted(w, start, std::min(spread_block, frame_.end - start));
-    }
-    return true;
-}
-
-// Order: a pass adds -c, and c again when it is over; so does the next one, to what that has left. A pass
-// that has changed nothing is not repeated: with the same constant its follower finds and leaves the same.
-// (With rounding to nearest even the second pass never changes anything, Knuth, TAOCP 2, 4.2.2, theorem D.)
-void ResidualLanes::SpreadShifted(const double* w, Index start, Index count) {
-    std::array<std::array<double, spread_block>, max_lanes> shifted;
-    std::array<std::size_t, max_lanes> source;
-    std::array<double, spread_block> value{};
-    std::copy_n(w + start, count, value.begin());
-    std::size_t common = 0;
-    bool settled = false;
-    for (std::size_t p = 0; p < points_; ++p) {
-        const double c = shift_[Size(order_[p])];
-        if (settled && BitsOf(c) == BitsOf(shift_[Size(order_[p - 1])])) {
-            source[p] = common = source[p - 1];
-            continue;
-        }
-        source[p] = p;
-        std::uint64_t moved = 0;
-        for (std::size_t i = 0; i < Size(spread_block); ++i) {
-            shifted[p][i] = value[i] + -c;
-            const double back = shifted[p][i] + c;
-            moved |= BitsOf(back) ^ BitsOf(value[i]);
-            value[i] = back;
-        }
-        settled = moved == 0;
-    }
-    std::copy_n(value.begin(), count, drifted_ + start);
-
-    FillRows(start, count, shifted[common].data());
-    for (std::size_t p = 0; p < points_; ++p) {
-        if (source[p] == common) continue;
-        double* const lane = Row(w_, start) + order_[p];
-        for (Index i = 0; i < count; ++i) lane[i * stride_] = shifted[source[p]][Size(i)];
-    }
-}
-
-void ResidualLanes::FillRows(Index start, Index count, const double* value) {
-    double* lane = Row(w_, start);
-    for (Index i = 0; i < count; ++i) {
-        for (Index quad = 0; quad < stride_; quad += lanes_per_quad, lane += lanes_per_quad) {
-            for (int l = 0; l < lanes_per_quad; ++l) lane[l] = value[i];
-        }
-    }
-}
-
 LaneArrays ResidualLanes::Arrays() {
     LaneArrays arrays;
-    arrays.w = w_;
+    arrays.rows = w_;
+    arrays.rowsEnd = rowsEnd_;
+    arrays.common = common_;
+    arrays.apart = apart_;
+    arrays.margin = frame_.margin;
     arrays.e = e_;
     arrays.stride = stride_;
     arrays.arCoefficient = arCoefficient_;
     arrays.maCoefficient = maCoefficient_;
-    arrays.arDistance = arDistance_.data();
-    arrays.maDistance = maDistance_.data();
+    arrays.arLag = frame_.ar->lag.data();
+    arrays.maLag = frame_.ma->lag.data();
     arrays.arCount = frame_.ar->count;
     arrays.maCount = frame_.ma->count;
+    arrays.squares = squares_.data();
     return arrays;
+}
+
+// False for a NaN as well.
+bool ResidualLanes::WithinBound() const {
+    for (std::size_t p = 0; p < points_; ++p) {
+        if (!(squares_[Size(order_[p])] <= near_squares)) return false;
+    }
+    return true;
+}
+
+// The backward pass only matters near the margin, and there its residuals no longer depend on those that it
+// began with, to the bit. So it begins with an upper and a lower bound of them a while before, and where
+// these have met, it is there.
+//
+// The bound: let U be that of the series less its AR terms, and r the sum of the magnitudes of the MA
+// coefficients, r < 1. Residuals within A = 2 U / (1 - r) are followed by one within U + r A = A - U: there
+// is room for the roundings.
+//
+// Returns the time from which on the residuals stand in e_: without a meeting the end of the pass.
+std::ptrdiff_t ResidualLanes::CloseBackwardPasses() {
+    constexpr double slowest = 0.97, smallest = 1e-200, closing = 46.0;  // e^-46 is 2^-66
+    constexpr Index luck = 12;                                           // until roundings meet
+    const Index span = std::max(frame_.backcastSpan, frame_.margin);
+    const auto reach = static_cast<Index>(frame_.ma->maxLag);
+    double constant = 0.0;
+    for (const double c : shift_) constant = std::max(constant, std::fabs(c));
+    const double bound = 2.0 * (largest_ + constant) * (1.0 + arSize_) / (1.0 - maSize_);
+    if (!(maSize_ <= slowest && bound >= smallest && bound <= near_bound)) return span;
+    if (reach == 0) return frame_.margin;
+
+    std::array<bool, zolv::time_series::max_terms> negative = hasNegative_;
+    for (std::size_t j = 0; j < Size(frame_.ma->count); ++j) {
+        if (hasNegative_[j] && hasPositive_[j]) return span;
+    }
+    const Index steps = reach * (static_cast<Index>(closing / -std::log(maSize_)) + luck);
+    const Index from = frame_.margin + steps, offset = steps + reach;
+    if (from + reach + offset > span) return span;
+    LaneBracket bracket;
+    bracket.from = from;
+    bracket.upper = Row(e_, offset);
+    bracket.negative = negative.data();
+    bracket.rows = reach;
+    std::fill_n(Row(e_, from), reach * stride_, -bound);
+    std::fill_n(Row(bracket.upper, from), reach * stride_, bound);
+    const Index met = kernels_->close[frame_.hasConstant][Quads()](Arrays(), bracket);
+    return met < 0 ? span : met;
 }
 
 bool ResidualLanes::RunFullPasses(const double* w) {
@@ -164,49 +170,81 @@ bool ResidualLanes::RunFullPasses(const double* w) {
     std::fill(Row(e_, std::max(span, margin)), Row(e_, frame_.end), 0.0);
 
     first_.fill(reached);
-    if (!kernels_->backward[KernelIndex()](Arrays(), span, margin, first_.data())) return false;
+    squares_.fill(0.0);
+    backwardFrom_ = CloseBackwardPasses();
+    kernels_->backward[frame_.hasConstant][Quads()](Arrays(), backwardFrom_);
+    kernels_->backcast[Quads()](Arrays(), reached, first_.data());
+    if (!WithinBound()) return false;
+    Index last = 1;
     for (std::int64_t& first : first_) first = std::max<std::int64_t>(maxLag_, first);
-    return kernels_->forward[KernelIndex()](Arrays(), frame_.end, first_.data());
+    for (int j = 0; j < frame_.parameters; ++j) {
+        last = std::max({last, FirstIndex(Raised(j)), FirstIndex(Lowered(j))});
+    }
+    return RunForward(std::max(last, FirstIndex(After())));
 }
 
 bool ResidualLanes::RunFrozenPasses(const double* w, Index first) {
     if (!Spread(w, 0)) return false;
     first_.fill(first);
     std::fill_n(e_, first * stride_, 0.0);
-    return kernels_->forward[KernelIndex()](Arrays(), frame_.end, first_.data());
+    return RunForward(frame_.margin);
+}
+
+bool ResidualLanes::RunForward(Index productsFrom) {
+    kernels_->start[Quads()](Arrays(), first_.data());
+    BeginProducts(productsFrom);
+    for (Index t = rowsEnd_; t < frame_.end; t += forward_block) {
+        const Index end = std::min(t + forward_block, frame_.end);
+        kernels_->forward[frame_.hasConstant][Quads()](Arrays(), t, end);
+        AddProducts(end);
+    }
+    AddProducts(frame_.end);
+    return WithinBound();
 }
 
 void ResidualLanes::Put(int lane, const double* e) {
     for (Index t = 0; t < frame_.end; ++t) Row(e_, t)[lane] = e[t];
+    productsFrom_ = -1;
 }
 
-// What lies before the first time of a lane is 0 and adds nothing. A sum of squares never falls: one that
-// ends within the cap has never been above it.
+// A sum of squares never falls: one that ends within the cap has never been above it.
 ResidualLanes::Squares ResidualLanes::SumSquares(double cap) const {
-    const Index from = std::min(FirstIndex(Tried()), FirstIndex(Before()));
-    double tried = 0.0, before = 0.0;
-    for (Index t = from; t < frame_.end; ++t) {
-        const double u = Row(e_, t)[Tried()], v = Row(e_, t)[Before()];
-        tried += u * u;
-        before += v * v;
-    }
     const auto capped = [&](int lane) {
+        if (squares_[Size(lane)] <= cap) return squares_[Size(lane)];
         double sum = 0.0;
-        for (Index t = from; t < frame_.end && !(sum > cap); ++t) sum += Row(e_, t)[lane] * Row(e_, t)[lane];
+        for (Index t = FirstIndex(lane); t < frame_.end && !(sum > cap); ++t) {
+            sum += Row(e_, t)[lane] * Row(e_, t)[lane];
+        }
         return sum;
     };
-    return {tried > cap ? capped(Tried()) : tried, before > cap ? capped(Before()) : before};
+    return {capped(First()), capped(Second())};
 }
 
 const LaneProducts& ResidualLanes::SumProducts(Index from) {
+    if (productsFrom_ != from) {
+        BeginProducts(from);
+        AddProducts(frame_.end);
+    }
+    return products_;
+}
+
+void ResidualLanes::BeginProducts(Index from) {
+    const int last = frame_.parameters - 1;
+    products_ = LaneProducts{};
     products_.minuend = e_ + Lowered(0);
     products_.subtrahend = e_ + Raised(0);
     products_.right = e_ + After();
+    products_.lastMinuend = e_ + Lowered(last);
+    products_.lastSubtrahend = e_ + Raised(last);
+    products_.parameters = frame_.parameters;
     products_.stride = stride_;
-    products_.from = from;
-    products_.end = frame_.end;
+    products_.from = productsFrom_ = from;
+}
+
+void ResidualLanes::AddProducts(Index end) {
+    products_.end = end;
     kernels_->products[Size((frame_.parameters - 1) / 2)](products_);
-    return products_;
+    products_.from = std::max(products_.from, end);
 }
 
 void ResidualLanes::LeaveBackcasts(int lane, double* w) const {

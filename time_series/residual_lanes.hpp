@@ -9,9 +9,12 @@
 //          - with a constant, the working series has been shifted there and back by every pass before; these
 //            roundings are made in the order of the passes;
 //          - its backcasts are its own, down to its own last one, and so is its first residual.
-// Passes hand on nothing else, provided that no lag is 0, where a term meets what the array held before, and
-// that nothing comes near the bound of the recursion. Where that is not so, a run returns false and has
-// touched nothing outside; the passes are then to be made one after another.
+//        Only of the backward pass, of which nothing remains but the backcasts, no more is made than decides
+//        their bits.
+// Passes hand on nothing else, provided that no lag is 0, where a term meets what the array held before, that
+// nothing comes near the bound of the recursion, and that most lanes see one series, as they do when sums are
+// rounded to nearest. Where that is not so, a run returns false and has touched nothing outside; the passes
+// are then to be made one after another.
 #pragma once
 
 #include <array>
@@ -48,13 +51,15 @@ public:
     // Gives it back; the next thing to call is Prepare.
     void Release() { std::vector<double>().swap(memory_); }
 
-    // The lanes: theta_j less and plus its step for each j, the point itself before and after these, and the
-    // same point as it was tried. Without a constant that pass and the one before are the same to the bit.
-    int Lowered(int j) const { return j; }
-    int Raised(int j) const { return frame_.parameters + j; }
-    int Before() const { return 2 * frame_.parameters; }
-    int After() const { return 2 * frame_.parameters + 1; }
-    int Tried() const { return frame_.hasConstant ? 2 * frame_.parameters + 2 : Before(); }
+    // The lanes: the point itself, of the first pass; the same again, of the second; theta_j less and plus
+    // its step for each j; and the point behind these. Without a constant a second pass is the first to the
+    // bit. With one, the first quad is for the passes that see a series of their own: the first, which
+    // changes it, those of the constant's steps, and the last, whose constant has been there and back.
+    int First() const { return 0; }
+    int After() const { return 1; }
+    int Raised(int j) const { return Moved(j, 2, 0); }
+    int Lowered(int j) const { return Moved(j, 3, Steps()); }
+    int Second() const { return frame_.hasConstant ? 4 + 2 * Steps() : First(); }
 
     // The points of a run, in the order of their passes; then the run.
     void Begin();
@@ -67,11 +72,13 @@ public:
 
     // The first time that enters the sums of a lane.
     std::ptrdiff_t FirstIndex(int lane) const { return first_[static_cast<std::size_t>(lane)]; }
+    // Below it the residuals of the backward pass are known.
+    std::ptrdiff_t BackwardFrom() const { return backwardFrom_; }
     double Residual(std::ptrdiff_t t, int lane) const { return Row(e_, t)[lane]; }
     struct Squares {
-        double tried, before;
+        double first, second;
     };
-    // Added up in time until a sum is above `cap`.
+    // Of the first two passes, added up in time until a sum is above `cap`.
     Squares SumSquares(double cap) const;
     // Over t = from .. end - 1, x_j being the lowered less the raised residual of theta_j: the sums of x_j e,
     // e that of After(), and of x_j x_i for i <= j.
@@ -84,34 +91,51 @@ public:
     void LeaveResiduals(double* e) const;
 
 private:
+    // Steps of parameters but for the constant.
+    int Steps() const { return frame_.parameters - (frame_.hasConstant ? 1 : 0); }
+    int Moved(int j, int ofConstant, int behind) const {
+        if (frame_.hasConstant) return j == Steps() ? ofConstant : 4 + behind + j;
+        return 2 + behind + j;
+    }
+
     bool Spread(const double* w, std::ptrdiff_t from);
-    void SpreadShifted(const double* w, std::ptrdiff_t start, std::ptrdiff_t count);
+    bool SpreadShifted(const double* w, std::ptrdiff_t start, std::ptrdiff_t count);
     void FillRows(std::ptrdiff_t start, std::ptrdiff_t count, const double* value);
+    std::ptrdiff_t CloseBackwardPasses();
+    bool RunForward(std::ptrdiff_t productsFrom);
+    bool WithinBound() const;
+    void BeginProducts(std::ptrdiff_t from);
+    void AddProducts(std::ptrdiff_t end);
     void LeaveBackcasts(int lane, double* w) const;
     LaneArrays Arrays();
-    std::size_t KernelIndex() const { return static_cast<std::size_t>(stride_ / lanes_per_quad - 1); }
+    std::size_t Quads() const { return static_cast<std::size_t>(stride_ / lanes_per_quad - 1); }
     double* Row(double* rows, std::ptrdiff_t t) const { return rows + t * stride_; }
 
     PassFrame frame_;
     const LaneKernels* kernels_ = nullptr;
-    std::ptrdiff_t maxLag_ = 0;
+    std::ptrdiff_t maxLag_ = 0, rowsEnd_ = 0;
     bool hasLagZero_ = false;
-    std::array<std::ptrdiff_t, zolv::time_series::max_terms> arDistance_{}, maDistance_{};
 
     std::ptrdiff_t stride_ = 0;  // lanes in a row
     std::vector<double> memory_;
-    double *w_ = nullptr, *e_ = nullptr;                          // a row per time
+    double *w_ = nullptr, *e_ = nullptr;                          // a row per time, of w_ below rowsEnd_ only
+    double *common_ = nullptr, *apart_ = nullptr;                 // see LaneArrays
     double *arCoefficient_ = nullptr, *maCoefficient_ = nullptr;  // a row per term
     double* drifted_ = nullptr;  // with a constant, the working series behind the last pass
 
     std::size_t points_ = 0;
     std::array<int, max_lanes> order_{};  // the lane of each pass
-    std::array<double, max_lanes> shift_{};
+    std::array<double, max_lanes> shift_{}, squares_{};
     std::array<std::int64_t, max_lanes> first_{};
-    std::ptrdiff_t spreadFrom_ =
-        0;                       // w_ and drifted_ have the working series from there on, before it backcasts
-    bool seriesStands_ = false;  // without a constant: in w_, for good
+    std::ptrdiff_t spreadFrom_ = 0;  // the working series is spread from there on, before it are backcasts
+    bool seriesStands_ = false;      // without a constant: it is spread for good
+    double largest_ = 0.0;           // magnitude in the series, before a constant is taken off
+    // Over the points: the largest sums of magnitudes, and what signs the MA terms have.
+    double arSize_ = 0.0, maSize_ = 0.0;
+    std::array<bool, zolv::time_series::max_terms> hasNegative_{}, hasPositive_{};
+    std::ptrdiff_t backwardFrom_ = 0;
     LaneProducts products_;
+    std::ptrdiff_t productsFrom_ = -1;  // they are made from there on; -1 if not
 };
 
 }  // namespace vek::time_series

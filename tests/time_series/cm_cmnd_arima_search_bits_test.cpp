@@ -94,7 +94,7 @@ std::string fit_both_ways(const Question& q, Ends& ends) {
     return {};
 }
 
-Question random_question(std::uint64_t seed) {
+Question random_question(std::uint64_t seed, bool isLong = false) {
     Random r(seed);
     Question q;
     ArimaOrders& o = q.orders;
@@ -113,7 +113,7 @@ Question random_question(std::uint64_t seed) {
         q.constant = r.chance(2);
     } while (o.TermCount() == 0 || o.TermCount() + q.constant > 10);
 
-    const int n = r.whole(12, r.chance(3) ? 250 : 70);
+    const int n = isLong ? r.whole(300, 2400) : r.whole(12, r.chance(3) ? 250 : 70);
     const double level = r.chance(2) ? 0.0 : r.real(-20, 20);
     const double phi = r.real(-0.95, 0.99), theta = r.real(-0.95, 0.95);
     q.series = zolv_test::arma_series(n, level, phi, theta, seed);
@@ -154,6 +154,14 @@ TEST(ArimaSearchBits, RandomFitsAreThoseOfOnePassAfterAnother) {
     for (const int code : {0, 10000, 10005, 20000, 30030, 30031}) EXPECT_GE(ends.codes[code], 10) << code;
     EXPECT_GT(ends.tries - ends.held, 5000);
     EXPECT_GT(ends.held, 5000);
+}
+
+TEST(ArimaSearchBits, LongFitsAreThoseOfOnePassAfterAnother) {
+    Ends ends;
+    for (std::uint64_t seed = 1; seed <= 100; ++seed) {
+        ASSERT_EQ(fit_both_ways(random_question(seed, true), ends), "") << "seed " << seed;
+    }
+    EXPECT_GT(ends.held, 500);
 }
 
 // To nearest, the series hardly ever moves after the first of several passes with one constant. Upward and

@@ -62,14 +62,15 @@ Model random_model(Random& r) {
 
 struct Tally {
     int compared = 0, declined = 0, overflowed = 0, stopped = 0, exhausted = 0, uneven = 0, short_series = 0,
-        long_lag = 0, cross = 0, capped = 0;
+        long_lag = 0, cross = 0, capped = 0, met = 0;
     void Print(const char* name) const {
         std::printf(
             "%s: %d runs compared, %d declined (%d with an overflow); %d passes with an early last "
             "backcast, %d without; %d runs with uneven starts, %d with backcasts not from the margin's "
-            "end, %d with lags from 95, %d with cross terms, %d sums capped\n",
+            "end, %d with lags from 95, %d with cross terms, %d sums capped, %d backward passes met on their "
+            "way\n",
             name, compared, declined, overflowed, stopped, exhausted, uneven, short_series, long_lag, cross,
-            capped);
+            capped, met);
     }
 };
 
@@ -128,9 +129,9 @@ std::string compare(ResidualLanes& lanes, const std::vector<Point>& points, cons
             "residual", end, [&](Index t) { return lanes.Residual(t, lane); },
             [&](Index t) { return want.e[i][static_cast<std::size_t>(t)]; });
         if (!found.empty()) return "pass " + std::to_string(i) + ", " + found;
-        if (!frozen && (lane == lanes.Tried() || lane == lanes.Before())) {
+        if (!frozen && (lane == lanes.First() || lane == lanes.Second())) {
             const ResidualLanes::Squares sums = lanes.SumSquares(1e20);
-            const double sum = lane == lanes.Tried() ? sums.tried : sums.before;
+            const double sum = lane == lanes.First() ? sums.first : sums.second;
             if (zolv_test::bits(sum) != zolv_test::bits(want.squares[i])) return "sum of squares";
         }
     }
@@ -184,20 +185,23 @@ Theta random_theta(Random& r, const Model& m, double size, double constant_size)
     return theta;
 }
 
-// As the search lays them, from one point, or anywhere.
-std::vector<Point> random_points(Random& r, const Model& m, const ResidualLanes& lanes, double size,
-                                 double constant_size, bool frozen) {
+// As the search lays them, from one point, or anywhere; but most have one constant.
+std::vector<Point> random_points(Random& r, const Model& m, const ResidualLanes& lanes, Theta theta,
+                                 double size, double constant_size, bool frozen) {
     std::vector<Point> points;
-    Theta theta = random_theta(r, m, size, constant_size);
     const bool anywhere = r.chance(4);
     const auto add = [&](int lane, const Theta& at) {
         points.push_back({lane, anywhere ? random_theta(r, m, size, constant_size) : at});
+        const bool own =
+            lane == lanes.Raised(m.k - 1) || lane == lanes.Lowered(m.k - 1) || lane == lanes.After();
+        if (m.constant && !own)
+            points.back().theta[static_cast<std::size_t>(m.k - 1)] = theta[static_cast<std::size_t>(m.k - 1)];
     };
     if (!frozen && m.constant && r.chance(2)) {
-        add(lanes.Tried(), theta);
-        points.push_back({lanes.Before(), points.back().theta});
+        add(lanes.First(), theta);
+        points.push_back({lanes.Second(), points.back().theta});
     } else if (!frozen) {
-        add(lanes.Before(), theta);
+        add(lanes.First(), theta);
     }
     for (int j = 0; j < m.k; ++j) {
         double& parameter = theta[static_cast<std::size_t>(j)];
@@ -212,19 +216,26 @@ std::vector<Point> random_points(Random& r, const Model& m, const ResidualLanes&
     return points;
 }
 
-void run_case(std::uint64_t seed, Tally& tally) {
+// Series of at most 200 values, or of up to 2000 with coefficients that die away.
+void run_case(std::uint64_t seed, bool isLong, Tally& tally) {
     Random r(seed);
     const Model m = random_model(r);
     const Index longest = static_cast<Index>(std::max(m.ar.maxLag, m.ma.maxLag));
-    const int count = m.k + 1 + (r.chance(4) ? r.whole(0, 150) : r.whole(0, 40));
+    const int count = m.k + 1 +
+                      (isLong        ? r.whole(200, 1980)
+                       : r.chance(4) ? r.whole(0, 150)
+                                     : r.whole(0, 40));
     const int n = count + r.whole(0, 5);
     const double scales[] = {1.0, 1.0, 1.0, 1e-4, 1e-3, 30.0, 1e9, 1e13, 1e15, 1e17};
-    const double scale = scales[r.whole(0, 9)];
+    const double scale = scales[r.whole(0, isLong ? 8 : 9)];
     const double sizes[] = {0.3, 0.6, 0.6, 0.9, 1.2, 2.5};
-    const double size = sizes[r.whole(0, 5)];
+    const double size = sizes[r.whole(0, 5)] * (isLong ? 1.0 / (m.p + m.q + m.P + m.Q) : 1.0);
     const double constant_size = r.chance(10) ? 1e17 : r.chance(2) ? 0.1 * scale : 3.0 * scale;
+    const int zeros = r.chance(8) ? r.whole(1, 4) : 0;  // in four values
     std::vector<double> series;
-    for (int t = 0; t < count; ++t) series.push_back(scale * (r.real(-1, 1) + r.real(-1, 1)));
+    for (int t = 0; t < count; ++t) {
+        series.push_back(r.whole(1, 4) <= zeros ? 0.0 : scale * (r.real(-1, 1) + r.real(-1, 1)));
+    }
 
     PlainPasses plain(m.ar, m.ma, m.k, m.constant, series, n);
     // What earlier passes have left.
@@ -239,9 +250,10 @@ void run_case(std::uint64_t seed, Tally& tally) {
                          *widths()[i]);
     }
     for (const bool frozen : {false, false, true}) {
-        if (frozen && !plain.Full(random_theta(r, m, 0.5, constant_size).data())) return;
+        const Theta theta = random_theta(r, m, frozen ? 0.5 : size, constant_size);
+        if (frozen && !plain.Full(theta.data())) return;
         const Index frozen_first = plain.first;
-        const std::vector<Point> points = random_points(r, m, layout, size, constant_size, frozen);
+        const std::vector<Point> points = random_points(r, m, layout, theta, size, constant_size, frozen);
         const std::vector<double> w_before = plain.w;
         const Outcome want = one_after_another(plain, points, frozen, tally);
         for (std::size_t i = 0; i < lanes.size(); ++i) {
@@ -250,14 +262,18 @@ void run_case(std::uint64_t seed, Tally& tally) {
             const bool passed = frozen ? lanes[i].RunFrozenPasses(w_before.data(), frozen_first)
                                        : lanes[i].RunFullPasses(w_before.data());
             if (!passed) {
-                // Never without need: something was near the bound.
-                EXPECT_TRUE(!want.passed || plain.largest > 1e15) << "seed " << seed << ": " << plain.largest;
+                // Never without need: something was near the bound. (Away from rounding to nearest the
+                // series drifts in every pass, and most lanes no longer see the same.)
+                EXPECT_TRUE(!want.passed || plain.largest > 1e15 ||
+                            (m.constant && std::fegetround() != FE_TONEAREST))
+                    << "seed " << seed << ": " << plain.largest;
                 continue;
             }
             ASSERT_TRUE(want.passed) << "seed " << seed;
             const std::string found = compare(lanes[i], points, want, w_before, plain, m.k, frozen);
             ASSERT_EQ(found, "") << "seed " << seed << ", width " << i << (frozen ? ", frozen" : "");
             ++tally.compared;
+            tally.met += !frozen && lanes[i].BackwardFrom() < plain.span;
             for (const double sum : want.squares) tally.capped += sum > 1e20;
         }
         if (!want.passed || plain.largest > 1e15) {
@@ -279,7 +295,7 @@ void run_case(std::uint64_t seed, Tally& tally) {
 
 TEST(ResidualLanes, RandomRunsHaveTheBitsOfPassesOneAfterAnother) {
     Tally tally;
-    for (std::uint64_t seed = 1; seed <= 20000 && !HasFatalFailure(); ++seed) run_case(seed, tally);
+    for (std::uint64_t seed = 1; seed <= 20000 && !HasFatalFailure(); ++seed) run_case(seed, false, tally);
     tally.Print("random runs");
     EXPECT_GT(tally.compared, 70000);
     EXPECT_GT(tally.overflowed, 500);
@@ -292,15 +308,23 @@ TEST(ResidualLanes, RandomRunsHaveTheBitsOfPassesOneAfterAnother) {
     EXPECT_GT(tally.capped, 100);
 }
 
+TEST(ResidualLanes, LongRunsHaveTheBitsOfPassesOneAfterAnother) {
+    Tally tally;
+    for (std::uint64_t seed = 1; seed <= 700 && !HasFatalFailure(); ++seed) run_case(seed, true, tally);
+    tally.Print("long runs");
+    EXPECT_GT(tally.compared, 2500);
+    EXPECT_GT(tally.met, 1000);
+}
+
 // Away from rounding to nearest the series drifts in every pass, and none may be taken for settled.
 // (Downward, the sign of a difference of 0 is what the compiler makes it.)
 TEST(ResidualLanes, TheDriftThatDoesNotSettleIsKept) {
     for (const int mode : {FE_UPWARD, FE_TOWARDZERO}) {
         Tally tally;
         std::fesetround(mode);
-        for (std::uint64_t seed = 1; seed <= 1000 && !HasFatalFailure(); ++seed) run_case(seed, tally);
+        for (std::uint64_t seed = 1; seed <= 1000 && !HasFatalFailure(); ++seed) run_case(seed, false, tally);
         std::fesetround(FE_TONEAREST);
-        EXPECT_GT(tally.compared, 3500);
+        EXPECT_GT(tally.compared, 2500);
     }
 }
 
@@ -314,12 +338,12 @@ TEST(ResidualLanes, ABackcastBelowAThousandthIsTheLastOfItsLane) {
         w[100] = 0.002;
         const double at = 0.5, below = std::nextafter(0.5, 0.0), opposite = -0.5, opposite_below = -below;
         lanes.Begin();
-        lanes.Add(lanes.Before(), &at);
+        lanes.Add(lanes.First(), &at);
         lanes.Add(lanes.Raised(0), &below);
         lanes.Add(lanes.Lowered(0), &opposite);
         lanes.Add(lanes.After(), &opposite_below);
         ASSERT_TRUE(lanes.RunFullPasses(w.data()));
-        EXPECT_EQ(lanes.FirstIndex(lanes.Before()), 98);
+        EXPECT_EQ(lanes.FirstIndex(lanes.First()), 98);
         EXPECT_EQ(lanes.FirstIndex(lanes.Raised(0)), 99);
         EXPECT_EQ(lanes.FirstIndex(lanes.Lowered(0)), 98);
         EXPECT_EQ(lanes.FirstIndex(lanes.After()), 99);
@@ -340,7 +364,7 @@ struct Small {
     bool run(double phi, double c = 0.0) {
         const double theta[] = {phi, c};
         lanes.Begin();
-        lanes.Add(lanes.Before(), theta);
+        lanes.Add(lanes.First(), theta);
         lanes.Add(lanes.Raised(0), theta);
         lanes.Add(lanes.Lowered(0), theta);
         lanes.Add(lanes.After(), theta);
@@ -395,7 +419,7 @@ TEST(ResidualLanes, DeclineALagOfZero) {
     lanes.Prepare({&ar, &ma, 2, false, 100, 130, 129});
     const double theta[] = {0.1, 0.1};
     lanes.Begin();
-    lanes.Add(lanes.Before(), theta);
+    lanes.Add(lanes.First(), theta);
     const std::vector<double> w(130, 1.0);
     EXPECT_FALSE(lanes.RunFullPasses(w.data()));
     EXPECT_FALSE(lanes.RunFrozenPasses(w.data(), 100));
