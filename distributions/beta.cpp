@@ -91,7 +91,22 @@ void zolv_ParallelBetaPdf(const double* x, uint64_t n, double a, double b, doubl
 void zolv_ParallelBetaCdf(const double* x, uint64_t n, double a, double b, unsigned char upper, double* out) {
     if (!beta_shapes_valid(a, b)) return fill_missing(out, n);
     const beta_tail_kernel tails(a, b), mirrored_tails(b, a);
-    parallel_for(n, [&](uint64_t i) { out[i] = beta_tail_from(x[i], upper, tails, mirrored_tails); });
+    if (!tails.gains_in_step()) {
+        parallel_for(n, [&](uint64_t i) { out[i] = beta_tail_from(x[i], upper, tails, mirrored_tails); });
+        return;
+    }
+    parallel_blocks(n, [&](uint64_t first, uint64_t count) {
+        const double* const at = x + first;
+        double* const to = out + first;
+        const auto coordinate = [&](uint64_t i) {
+            return at[i] < 0.5 ? beta_coordinate{at[i], false} : beta_coordinate{1.0 - at[i], true};
+        };
+        const auto put = [&](uint64_t i, bool mirrored, const tail_pair& pair) {
+            to[i] = with_settled_nan((upper != 0) != mirrored ? pair.upper : pair.lower);
+        };
+        const auto alone = [&](uint64_t i) { to[i] = beta_tail_from(at[i], upper, tails, mirrored_tails); };
+        beta_tails_in_step(tails, mirrored_tails, count, coordinate, put, alone);
+    });
 }
 
 void zolv_ParallelBetaInvCdf(const double* p, uint64_t n, double a, double b, unsigned char upper,

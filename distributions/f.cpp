@@ -55,8 +55,34 @@ public:
         return upper_ != 0 ? mirrored.lower : mirrored.upper;
     }
 
-    // The same for n points; those of a mixture go in step with others on their side of it.
+    // The same for n points, most of them in step.
     void operator()(const double* x, std::uint64_t n, double* out) const {
+        if (weights_.mean() != 0.0) {
+            mixture_tails(x, n, out);
+        } else if (central_ && central_->gains_in_step()) {
+            central_tails(x, n, out);
+        } else {
+            for (std::uint64_t i = 0; i < n; ++i) out[i] = (*this)(x[i]);
+        }
+    }
+
+private:
+    void central_tails(const double* x, std::uint64_t n, double* out) const {
+        const auto coordinate = [&](std::uint64_t i) {
+            if (!(x[i] > 0.0) || is_infinite(x[i])) return beta_coordinate{0.0, false};
+            const double t = x[i] * a_;
+            const double y = t / (b_ + t);
+            return y < 0.5 ? beta_coordinate{y, false} : beta_coordinate{b_ / (b_ + t), true};
+        };
+        const auto put = [&](std::uint64_t i, bool mirrored, const tail_pair& tails) {
+            out[i] = (upper_ != 0) != mirrored ? tails.upper : tails.lower;
+        };
+        const auto alone = [&](std::uint64_t i) { out[i] = (*this)(x[i]); };
+        beta_tails_in_step(*central_, *mirrored_, n, coordinate, put, alone);
+    }
+
+    // Points on the same side of the mixture's mean and of one half go together.
+    void mixture_tails(const double* x, std::uint64_t n, double* out) const {
         lane_groups<4> groups;
         const auto run = [&](std::size_t kind, const lane_array& at, const lane_indices& index,
                              std::size_t count) {
@@ -68,7 +94,7 @@ public:
         const auto alone = [&](std::uint64_t i) { out[i] = (*this)(x[i]); };
         const double ncp = weights_.mean(), mean = (a_ + ncp) / (ncp + (a_ + b_));
         for (std::uint64_t i = 0; i < n; ++i) {
-            if (ncp == 0.0 || !(x[i] > 0.0) || is_infinite(x[i])) {
+            if (!(x[i] > 0.0) || is_infinite(x[i])) {
                 alone(i);
                 continue;
             }
@@ -84,7 +110,6 @@ public:
         groups.finish(run, alone);
     }
 
-private:
     tail_pair central(double y) const { return central_ ? (*central_)(y) : beta_tails(y, a_, b_); }
     tail_pair central_mirrored(double w) const { return mirrored_ ? (*mirrored_)(w) : beta_tails(w, b_, a_); }
 

@@ -138,7 +138,8 @@ void zolv_ParallelTCdf(const double* x, uint64_t n, double df, double nc, unsign
     if (!t_parameters_valid(df, nc)) return fill_missing(out, n);
     if (nc == 0.0) {
         const central_t_tail tail(df);
-        parallel_for(n, [&](uint64_t i) { out[i] = tail(x[i], upper); });
+        parallel_blocks(n,
+                        [&](uint64_t first, uint64_t count) { tail(x + first, count, upper, out + first); });
     } else {
         const t_nc_distribution distribution(df, nc);
         const sides needed(x, n, nc);

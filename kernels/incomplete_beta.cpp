@@ -11,18 +11,15 @@ namespace {
 
 constexpr double ln_2 = 0.6931471805599453;
 
-// The finite parts stop here, this value included; 2^-52.
-constexpr double series_epsilon = 2.220446049250313e-16;
-
-// The remainder of the lower series stops below this.
-constexpr double remainder_epsilon = 1e-14;
-
 // From here on a b / (a + b) is large enough for the normal expansion: its first omitted term is of the order
 // (a b / (a + b))^-2.
 constexpr double normal_shape_limit = 10000.0;
 
 // From here on b is so large that x b has the gamma limit to first order in 1 / b.
 constexpr double gamma_limit_b = 1e15;
+
+// A NaN counts as one.
+bool underflows(double log_density) { return !(log_density >= log_dbl_min); }
 
 }  // namespace
 
@@ -72,7 +69,7 @@ double beta_ratio_kernel::lower_series(double x) const {
     bool complete = false;
     while (k <= n) {
         v *= (b - k) * x / ((k + a) * y);
-        if (v <= series_epsilon) {
+        if (v <= beta_series_epsilon) {
             complete = true;
             break;
         }
@@ -90,7 +87,7 @@ double beta_ratio_kernel::lower_series(double x) const {
         do {
             count += 1.0;
             v *= (w + count - 1.0) * x / (u + count);
-        } while (v >= remainder_epsilon && is_finite(v));
+        } while (v >= beta_remainder_tolerance && is_finite(v));
         s = 1.0 / y;
         for (double i = count; i >= 1.0; i -= 1.0) s = 1.0 + (w + i - 1.0) * x / (u + i) * s;
         s *= y;
@@ -111,7 +108,7 @@ double beta_ratio_kernel::upper_remainder(double x) const {
     const double fraction = a_ - whole_a_;
     const double c = b_ + whole_a_;
     if (x * c == 0.0) return 0.0;
-    if (small_ && !(c * x >= 1.0)) return beta_upper_small_scaled(fraction, c, x, *small_);
+    if (small_ && takes_small_remainder(x)) return small_->scaled(x);
     return beta_upper_fraction(fraction, c, x);
 }
 
@@ -124,7 +121,7 @@ double beta_ratio_kernel::upper_series(double x) const {
     bool complete = false;
     while (k <= n) {
         v *= (a - k) * y / ((k + b) * x);
-        if (v <= series_epsilon) {
+        if (v <= beta_series_epsilon) {
             complete = true;
             break;
         }
@@ -155,19 +152,19 @@ beta_tail_kernel::beta_tail_kernel(double a, double b) : beta_tail_kernel(a, b, 
 // Oddity: x at the split point itself belongs to the lower tail, the reverse of the gamma kernels.
 //
 // Shapes so large that their variance underflows leave a NaN, with a sign that is each compiler's own.
-tail_pair beta_tail_kernel::operator()(double x) const {
+tail_pair beta_tail_kernel::tails(double x, double L, double ratio) const {
     constexpr tail_pair undefined = {sign_set_nan, sign_set_nan};
+    const double tail = underflows(L) ? 0.0 : ratio * std::exp(L);
+    if (is_nan(tail)) return undefined;
+    if (x <= split_point_) return {tail, 1.0 - tail};
+    return {1.0 - tail, tail};
+}
+
+tail_pair beta_tail_kernel::operator()(double x) const {
     if (x == 0.0) return {0.0, 1.0};
     const double L = log_density_(x);
-    const bool underflow = !(L >= log_dbl_min);
-    if (x <= split_point_) {
-        const double lower = underflow ? 0.0 : ratio_.lower(x) * std::exp(L);
-        if (is_nan(lower)) return undefined;
-        return {lower, 1.0 - lower};
-    }
-    const double upper = underflow ? 0.0 : ratio_.upper(x) * std::exp(L);
-    if (is_nan(upper)) return undefined;
-    return {1.0 - upper, upper};
+    if (underflows(L)) return tails(x, L, 0.0);
+    return tails(x, L, x <= split_point_ ? ratio_.lower(x) : ratio_.upper(x));
 }
 
 tail_pair beta_tails(double x, double a, double b) {

@@ -14,9 +14,6 @@ namespace dru::impl {
 
 namespace {
 
-// Relative step of the convergents and absolute size of the terms at which the two forms stop.
-constexpr double remainder_tolerance = 1e-14;
-
 // Beyond this b the ratio of gammas is expanded in 1 / b.
 constexpr double shift_expansion_b = 100.0;
 
@@ -31,8 +28,8 @@ double upper_continued_fraction(double a, double b, double x) {
     const double y = 1.0 - x;
     const double r = y / x;
     double P1 = 1.0, P0 = 0.0, Q1 = 1.0, Q0 = 1.0;
-    double last = 1.0;
     for (double j = 1.0;; j += 1.0) {
+        const double before_P1 = P1, before_Q1 = Q1;
         const double m = 2.0 * j + b;
         const double alpha = (j - a) * r * (b + j - 1.0) / ((m - 2.0) * (m - 1.0));
         P0 = P0 * alpha + P1;
@@ -40,12 +37,13 @@ double upper_continued_fraction(double a, double b, double x) {
         const double beta = r * j * (j + b + a - 1.0) / ((m - 1.0) * m);
         P1 = P1 * beta + P0;
         Q1 = Q0 + beta * Q1;
-        if (!is_finite(P0) || !is_finite(Q0)) return is_nan(a) ? a : last;
+        const double later = P1 * Q0, sooner = P0 * Q1;
+        if (later - sooner > beta_surely_apart * sooner && later <= largest_double) continue;
+        if (!is_finite(P0) || !is_finite(Q0)) return is_nan(a) ? a : before_P1 / before_Q1;
         const double c0 = P0 / Q0;
         if (!is_finite(P1) || !is_finite(Q1)) return c0;
         const double c1 = P1 / Q1;
-        if (c1 - c0 < remainder_tolerance * c0) return c1;
-        last = c1;
+        if (c1 - c0 < beta_remainder_tolerance * c0) return c1;
     }
 }
 
@@ -83,20 +81,20 @@ double beta_small_remainder::operator()(double x) const {
     for (double k = 2.0;; k += 1.0) {
         t *= (a + k - 1.0) * -x * (b - k) / k / (a + k);
         sum += t;
-        if (!(std::fabs(t) >= remainder_tolerance) || is_infinite(t)) break;
+        if (!(std::fabs(t) >= beta_remainder_tolerance) || is_infinite(t)) break;
     }
     return prefix_ - l * e + sum;
 }
 
 double beta_upper_small(double a, double b, double x) { return beta_small_remainder(a, b)(x); }
 
-double beta_upper_small_scaled(double a, double b, double x, const beta_small_remainder& remainder) {
-    return std::pow(b * x, 1.0 - a) * remainder(x) / std::exp(b * log1p_small(-x));
+double beta_small_remainder::scaled(double x) const {
+    return std::pow(b_ * x, 1.0 - a_) * (*this)(x) / std::exp(b_ * log1p_small(-x));
 }
 
 double beta_upper_fraction(double a, double b, double x) {
     if (b * x >= 1.0) return upper_continued_fraction(a, b, x);
-    return beta_upper_small_scaled(a, b, x, beta_small_remainder(a, b));
+    return beta_small_remainder(a, b).scaled(x);
 }
 
 }  // namespace dru::impl

@@ -153,8 +153,29 @@ inline double beta_upper_small(double a, double b, double x) {
     return -g + h - l * e + sum;
 }
 
+// Every convergent by its two divisions.
+inline double beta_continued_fraction(double a, double b, double x) {
+    const double r = (1.0 - x) / x;
+    double P1 = 1.0, P0 = 0.0, Q1 = 1.0, Q0 = 1.0, last = 1.0;
+    for (double j = 1.0;; j = j + 1.0) {
+        const double m = 2.0 * j + b;
+        const double alpha = (j - a) * r * (b + j - 1.0) / ((m - 2.0) * (m - 1.0));
+        P0 = P0 * alpha + P1;
+        Q0 = Q1 + alpha * Q0;
+        const double beta = r * j * (j + b + a - 1.0) / ((m - 1.0) * m);
+        P1 = P1 * beta + P0;
+        Q1 = Q0 + beta * Q1;
+        if (!is_finite(P0) || !is_finite(Q0)) return is_nan(a) ? a : last;
+        const double c0 = P0 / Q0;
+        if (!is_finite(P1) || !is_finite(Q1)) return c0;
+        const double c1 = P1 / Q1;
+        if (c1 - c0 < 1e-14 * c0) return c1;
+        last = c1;
+    }
+}
+
 inline double beta_upper_fraction(double a, double b, double x) {
-    if (b * x >= 1.0) return dru::impl::beta_upper_fraction(a, b, x);  // the continued fraction has no other
+    if (b * x >= 1.0) return beta_continued_fraction(a, b, x);
     return std::pow(b * x, 1.0 - a) * beta_upper_small(a, b, x) / std::exp(b * log1p_small(-x));
 }
 
