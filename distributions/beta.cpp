@@ -9,6 +9,7 @@
 #include "frame/parallel.hpp"
 #include "kernels/incomplete_beta.hpp"
 #include "kernels/log_gamma.hpp"
+#include "kernels/log_gamma_lanes.hpp"
 #include "quantiles/beta_quantile.hpp"
 #include "zolv.h"
 
@@ -85,7 +86,29 @@ double zolv_BetaInvCdf(double p, double a, double b, unsigned char upper) {
 void zolv_ParallelBetaPdf(const double* x, uint64_t n, double a, double b, double* out) {
     if (!beta_shapes_valid(a, b)) return fill_missing(out, n);
     const beta_log_density density(a, b), mirrored_density(b, a);
-    parallel_for(n, [&](uint64_t i) { out[i] = beta_density_from(x[i], a, b, density, mirrored_density); });
+    parallel_blocks(n, [&](uint64_t first, uint64_t count) {
+        const double* const at = x + first;
+        double* const to = out + first;
+        lane_groups<2> groups;
+        const auto run = [&](std::size_t kind, const lane_array& y, const lane_indices& index,
+                             std::size_t m) {
+            const lane_array logs = log_densities_in_step(kind == 0 ? density : mirrored_density, y);
+            for (std::size_t l = 0; l < m; ++l) to[index[l]] = with_settled_nan(std::exp(logs[l]));
+        };
+        const auto alone = [&](uint64_t i) {
+            to[i] = beta_density_from(at[i], a, b, density, mirrored_density);
+        };
+        for (uint64_t i = 0; i < count; ++i) {
+            if (!(at[i] > 0.0 && at[i] < 1.0)) {
+                alone(i);
+            } else if (at[i] < 0.5) {
+                groups.add(0, at[i], i, run);
+            } else {
+                groups.add(1, 1.0 - at[i], i, run);
+            }
+        }
+        groups.finish(run, alone);
+    });
 }
 
 void zolv_ParallelBetaCdf(const double* x, uint64_t n, double a, double b, unsigned char upper, double* out) {

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "frame/nan.hpp"
+#include "kernels/log_gamma_lanes.hpp"
 #include "quantiles/beta_quantile.hpp"
 #include "quantiles/noncentral_sums.hpp"
 
@@ -43,13 +44,14 @@ struct term_count {
 
 }  // namespace
 
-double beta_nc_density::central(double y) const {
-    return std::exp(central_.get([this] { return beta_log_density(a_, b_); })(y));
+const beta_log_density& beta_nc_density::log_density(bool mirrored) const {
+    if (mirrored) return mirrored_.get([this] { return beta_log_density(b_, a_); });
+    return central_.get([this] { return beta_log_density(a_, b_); });
 }
 
-double beta_nc_density::mirrored(double y) const {
-    return std::exp(mirrored_.get([this] { return beta_log_density(b_, a_); })(y));
-}
+double beta_nc_density::central(double y) const { return std::exp(log_density(false)(y)); }
+
+double beta_nc_density::mirrored(double y) const { return std::exp(log_density(true)(y)); }
 
 void beta_nc_density::prepare() const {
     central(0.5);
@@ -178,6 +180,41 @@ double f_density::operator()(double x) const {
     if (!(D > 0.0)) return 0.0;
     const double e = t / b_;
     return std::exp(std::log(D) + log_scale_ - 2.0 * log1p_small(e));
+}
+
+// The central density where its own is positive, four points with the same half of the support in step.
+void f_density::central(const double* x, std::uint64_t n, double* out) const {
+    lane_groups<2> groups;
+    const auto run = [&](std::size_t kind, const lane_array& y, const lane_indices& index,
+                         std::size_t count) {
+        const lane_array logs = log_densities_in_step(beta_.log_density(kind == 1), y);
+        log1p_lanes scale;
+        for (std::size_t l = 0; l < lane_count; ++l)
+            scale.log1p(l, x[index[l < count ? l : 0]] * a_ / b_, 1.0);
+        scale.settle();
+        for (std::size_t l = 0; l < count; ++l) {
+            const double D = std::exp(logs[l]);
+            out[index[l]] = D > 0.0 ? std::exp(std::log(D) + log_scale_ - 2.0 * scale.values()[l]) : 0.0;
+        }
+    };
+    const auto alone = [&](std::uint64_t i) { out[i] = (*this)(x[i]); };
+    for (std::uint64_t i = 0; i < n; ++i) {
+        const double t = x[i] * a_;
+        const double y = t / (b_ + t), w = b_ / (b_ + t);
+        if (y > 0.0 && y < 0.5) {
+            groups.add(0, y, i, run);
+        } else if (y >= 0.5 && w > 0.0 && w < 0.5) {
+            groups.add(1, w, i, run);
+        } else {
+            alone(i);
+        }
+    }
+    groups.finish(run, alone);
+}
+
+void f_density::operator()(const double* x, std::uint64_t n, double* out) const {
+    if (nc_ == 0.0) return central(x, n, out);
+    for (std::uint64_t i = 0; i < n; ++i) out[i] = (*this)(x[i]);
 }
 
 }  // namespace dru::impl

@@ -6,6 +6,8 @@
 //         and then summed from its smallest term, so that no terms are stored.
 #pragma once
 
+#include <cstdint>
+
 #include "kernels/log_gamma.hpp"
 #include "quantiles/prepared_once.hpp"
 
@@ -34,6 +36,8 @@ public:
     double central(double y) const;
     double mirrored(double y) const;
 
+    const beta_log_density& log_density(bool mirrored) const;
+
 private:
     value mixture(double y) const;
     double log_term(double shape, double y) const;
@@ -53,8 +57,12 @@ public:
     void prepare() const { beta_.prepare(); }
     double operator()(double x) const;
 
+    // The same for each of n points.
+    void operator()(const double* x, std::uint64_t n, double* out) const;
+
 private:
     double mirrored_density(double w) const;
+    void central(const double* x, std::uint64_t n, double* out) const;
 
     double a_, b_, nc_;
     double log_scale_;  // ln(a / b)

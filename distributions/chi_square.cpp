@@ -109,7 +109,8 @@ extern "C" double zolv_ChiSqInvCdf(double p, double df, double nc, unsigned char
 extern "C" void zolv_ParallelChiSqPdf(const double* x, uint64_t n, double df, double nc, double* out) {
     if (!chi_square_parameters_valid(df, nc)) return fill_missing(out, n);
     const gamma_nc_density density(df / 2.0, nc / 2.0);
-    parallel_for(n, [&](uint64_t i) { out[i] = 0.5 * density(x[i] / 2.0); });
+    parallel_blocks(
+        n, [&](uint64_t first, uint64_t count) { density.at_halves(x + first, count, out + first); });
 }
 
 extern "C" void zolv_ParallelChiSqCdf(const double* x, uint64_t n, double df, double nc, unsigned char upper,

@@ -187,7 +187,7 @@ extern "C" void zolv_ParallelFPdf(const double* x, uint64_t n, double d1, double
     if (!f_parameters_valid(d1, d2)) return fill_missing(out, n);
     const f_density density(d1, d2, nc);
     if (n > 1) density.prepare();
-    parallel_for(n, [&](uint64_t i) { out[i] = density(x[i]); });
+    parallel_blocks(n, [&](uint64_t first, uint64_t count) { density(x + first, count, out + first); });
 }
 
 extern "C" void zolv_ParallelFCdf(const double* x, uint64_t n, double d1, double d2, double nc,

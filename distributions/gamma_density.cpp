@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "frame/nan.hpp"
+#include "kernels/log_gamma_lanes.hpp"
 #include "quantiles/noncentral_sums.hpp"
 
 namespace dru::impl {
@@ -23,6 +24,20 @@ double gamma_nc_density::operator()(double x) const {
     if (l_ != 0.0) return mixture(x);
     const double density = std::exp(central_(x));
     return is_nan(density) ? sign_set_nan : density;  // shape 1 at a subnormal x
+}
+
+void gamma_nc_density::at_halves(const double* x, std::uint64_t n, double* out) const {
+    const auto inside = [](double y) { return y > 0.0 && y <= largest_double; };
+    std::uint64_t i = 0;
+    for (; l_ == 0.0 && i + lane_count <= n; i += lane_count) {
+        const lane_array y{x[i] / 2.0, x[i + 1] / 2.0, x[i + 2] / 2.0, x[i + 3] / 2.0};
+        const lane_array logs = log_densities_in_step(central_, y);
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            const double density = inside(y[l]) ? std::exp(logs[l]) : (*this)(y[l]);
+            out[i + l] = 0.5 * (is_nan(density) ? sign_set_nan : density);
+        }
+    }
+    for (; i < n; ++i) out[i] = 0.5 * (*this)(x[i] / 2.0);
 }
 
 double gamma_nc_density::mixture(double x) const {

@@ -8,6 +8,8 @@
 //         to 2^53.
 #pragma once
 
+#include <cstdint>
+
 #include "kernels/log_gamma.hpp"
 
 namespace dru::impl {
@@ -19,6 +21,9 @@ class gamma_nc_density {
 public:
     gamma_nc_density(double a, double l) : a_(a), l_(l), square_((a - 1.0) * (a - 1.0)), central_(a) {}
     double operator()(double x) const;
+
+    // Half the density at half of each of n points.
+    void at_halves(const double* x, std::uint64_t n, double* out) const;
 
 private:
     double mixture(double x) const;

@@ -131,7 +131,7 @@ void zolv_ParallelTPdf(const double* x, uint64_t n, double df, double nc, double
     if (!t_parameters_valid(df, nc)) return fill_missing(out, n);
     t_density density(df, nc);
     density.prepare(x, n);
-    parallel_for(n, [&](uint64_t i) { out[i] = density(x[i]); });
+    parallel_blocks(n, [&](uint64_t first, uint64_t count) { density(x + first, count, out + first); });
 }
 
 void zolv_ParallelTCdf(const double* x, uint64_t n, double df, double nc, unsigned char upper, double* out) {

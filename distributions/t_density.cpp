@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "frame/nan.hpp"
+#include "kernels/log_gamma_lanes.hpp"
 #include "quantiles/noncentral_sums.hpp"
 
 namespace dru::impl {
@@ -36,6 +37,13 @@ t_log_density::t_log_density(double df) : h_(df / 2.0), g_((1.0 + df) / 2.0) {
 double t_log_density::operator()(double x) const {
     const double C = log1p_small(0.5 * x * x / h_);
     return prefix_ - g_ * C;
+}
+
+lane_array t_log_density::operator()(const lane_array& x) const {
+    log1p_lanes C;
+    for (std::size_t l = 0; l < lane_count; ++l) C.log1p(l, 0.5 * x[l] * x[l] / h_, 1.0);
+    C.settle();
+    return array_of(prefix_ - g_ * values_of(C.values()));
 }
 
 t_series_density::t_series_density(double df, double nc)
@@ -192,10 +200,22 @@ double t_density::operator()(double x) const {
     if (is_nan(x)) return sign_set_nan;
     if (is_infinite(x)) return 0.0;
     if (nc_ == 0.0) {
-        return nan_to_sign_set(std::exp(central_.get([this] { return t_log_density(df_); })(x)));
+        return nan_to_sign_set(std::exp(central()(x)));
     }
     if (nc_ < 0.0) x = -x;
     return nan_to_sign_set(x < 0.0 ? negative(x) : positive(x));
+}
+
+void t_density::operator()(const double* x, std::uint64_t n, double* out) const {
+    std::uint64_t i = 0;
+    for (; nc_ == 0.0 && i + lane_count <= n; i += lane_count) {
+        const lane_array logs = central()(lane_array{x[i], x[i + 1], x[i + 2], x[i + 3]});
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            const double at = x[i + l];
+            out[i + l] = is_finite(at) ? nan_to_sign_set(std::exp(logs[l])) : (*this)(at);
+        }
+    }
+    for (; i < n; ++i) out[i] = (*this)(x[i]);
 }
 
 void t_density::prepare(const double* x, std::uint64_t n) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "distributions/t_saddle.hpp"
+#include "kernels/lanes.hpp"
 #include "kernels/log_gamma.hpp"
 #include "quantiles/prepared_once.hpp"
 
@@ -24,6 +25,7 @@ class t_log_density {
 public:
     explicit t_log_density(double df);
     double operator()(double x) const;
+    lane_array operator()(const lane_array& x) const;  // four points in step
 
 private:
     double h_, g_;   // df / 2, (1 + df) / 2
@@ -80,10 +82,16 @@ public:
     t_density(double df, double nc) : df_(df), nc_(nc), magnitude_(nc < 0.0 ? -nc : nc) {}
     double operator()(double x) const;
 
+    // The same for each of n points, once prepared for them.
+    void operator()(const double* x, std::uint64_t n, double* out) const;
+
     // Settles what the points need: for several of them, and before several threads share the object.
     void prepare(const double* x, std::uint64_t n);
 
 private:
+    const t_log_density& central() const {
+        return central_.get([this] { return t_log_density(df_); });
+    }
     double negative(double x) const;
     double positive(double x) const;
 

@@ -1,5 +1,4 @@
-// kernels/incomplete_beta_lanes.cpp: the tails, their density and the series of their ratios at four points
-// in step.
+// kernels/incomplete_beta_lanes.cpp: the tails and the series of their ratios at four points in step.
 //
 // Points that leave the ordinary course of a series (an overflow, a remainder that has not been prepared) are
 // sent through the forms for one point, all four of them.
@@ -8,6 +7,7 @@
 
 #include "frame/nan.hpp"
 #include "kernels/incomplete_beta.hpp"
+#include "kernels/log_gamma_lanes.hpp"
 
 namespace dru::impl {
 
@@ -18,80 +18,7 @@ lane_array one_by_one(const lane_array& x, const Scalar& scalar) {
     return {scalar(x[0]), scalar(x[1]), scalar(x[2]), scalar(x[3])};
 }
 
-lane_array array_of(const lane_values& v) { return {v[0], v[1], v[2], v[3]}; }
-
 lane_bits finite(const lane_values& v) { return v - v == 0.0; }
-
-// The series of log1p_small at two sets of four arguments: each waits for its own last step only.
-void log1p_series(lane_values& u, lane_values& w) {
-    lane_values v(0.0), z(0.0);
-    for (int n = 20; n >= 1; --n) {
-        const double coefficient = 1.0 / n;
-        v = u * (coefficient - v);
-        z = w * (coefficient - z);
-    }
-    u = v;
-    w = z;
-}
-
-// Logarithms near 1 with their signs: by the logarithm where that is taken, the rest together by the series.
-class near_one {
-public:
-    void is(std::size_t l, double value) { value_[l] = value; }
-    void log1p(std::size_t l, double u, double sign) {
-        if (std::fabs(u) > log1p_series_limit) {
-            value_[l] = sign * std::log(u + 1.0);
-        } else {
-            small_[l] = u;
-            sign_[l] = sign;
-            any_ = true;
-        }
-    }
-    friend void settle(near_one& a, near_one& b) {
-        if (!a.any_ && !b.any_) return;
-        lane_values u = values_of(a.small_), w = values_of(b.small_);
-        log1p_series(u, w);
-        a.take(u);
-        b.take(w);
-    }
-    lane_values values() const { return values_of(value_); }
-
-private:
-    void take(const lane_values& series) {
-        for (std::size_t l = 0; l < lane_count; ++l) {
-            if (sign_[l] != 0.0) value_[l] = sign_[l] * series[static_cast<int>(l)];
-        }
-    }
-
-    lane_array value_{}, small_{}, sign_{};  // a sign of 0 for those that have their value
-    bool any_ = false;
-};
-
-// beta_log_density, in the order of log_beta_pdf_from.
-lane_array log_densities(const beta_log_density& of, const lane_array& y) {
-    const double a = of.a, b = of.b, c = a + b;
-    near_one A, B;
-    for (std::size_t l = 0; l < lane_count; ++l) {
-        const double p = c * y[l], d = p - a, q = c * (1.0 - y[l]);
-        if (opposite_sides_of_one(p, a)) {
-            A.is(l, std::log(p) - of.log_a);
-        } else if (d >= 0.0) {
-            A.log1p(l, d / a, 1.0);
-        } else {
-            A.log1p(l, -d / c / y[l], -1.0);
-        }
-        if (opposite_sides_of_one(q, b)) {
-            B.is(l, std::log(q) - of.log_b);
-        } else if (d >= 0.0) {
-            B.log1p(l, d / c / (1.0 - y[l]), -1.0);
-        } else {
-            B.log1p(l, -d / b, 1.0);
-        }
-    }
-    settle(A, B);
-    const lane_values log_a = A.values(), log_b = B.values();
-    return array_of(of.log_c + (of.remainders + a * log_a + b * log_b - log_a - log_b));
-}
 
 // The fraction of beta_upper_fraction at four points.
 lane_array upper_continued_fractions(double a, double b, const lane_array& points) {
@@ -178,7 +105,7 @@ lane_array beta_small_remainder::scaled(const lane_array& points) const {
     const double a = a_, b = b_;
     const lane_values x = values_of(points), minus_x = 0.0 - x;
     lane_array log_bx, power, other_power;
-    near_one log_y, unused;
+    log1p_lanes log_y;
     for (std::size_t l = 0; l < lane_count; ++l) {
         const double bx = b * points[l];
         log_bx[l] = std::log(bx);
@@ -186,7 +113,7 @@ lane_array beta_small_remainder::scaled(const lane_array& points) const {
         other_power[l] = 1.0 - a == a ? power[l] : std::pow(bx, 1.0 - a);
         log_y.log1p(l, -points[l], 1.0);
     }
-    settle(log_y, unused);
+    log_y.settle();
 
     lane_values t = values_of(power) * x * (b - 1.0) / (1.0 + a);
     lane_values sum = t;
@@ -201,7 +128,7 @@ lane_array beta_small_remainder::scaled(const lane_array& points) const {
         open = open & goes_on;
     }
     lane_array result;
-    const lane_array exponents = array_of(b * log_y.values());
+    const lane_array exponents = array_of(b * values_of(log_y.values()));
     for (std::size_t l = 0; l < lane_count; ++l) {
         const double e = expm1_ratio(a * log_bx[l]);
         const double remainder = prefix_ - log_bx[l] * e + settled[static_cast<int>(l)];
@@ -276,7 +203,7 @@ lane_array beta_ratio_kernel::upper_series(const lane_array& points) const {
 }
 
 tail_pairs beta_tail_kernel::operator()(const lane_array& x) const {
-    const lane_array L = log_densities(log_density_, x);
+    const lane_array L = log_densities_in_step(log_density_, x);
     for (const double log_density : L) {
         if (!(log_density >= log_dbl_min))
             return {(*this)(x[0]), (*this)(x[1]), (*this)(x[2]), (*this)(x[3])};

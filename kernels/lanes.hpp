@@ -86,6 +86,8 @@ inline lane_values values_of(const lane_array& x) {
     return {lane_values::pair{x[0], x[1]}, lane_values::pair{x[2], x[3]}};
 }
 
+inline lane_array array_of(const lane_values& v) { return {v[0], v[1], v[2], v[3]}; }
+
 using tail_pairs = std::array<tail_pair, lane_count>;
 
 // Points that wait for others of their kind, until four can run in step.
