@@ -64,6 +64,42 @@ TEST(Copies, InPlaceChangesTheLeadingDimension) {
     EXPECT_EQ(padded, (vec{10, 30, 99, 20, 40, 99}));
 }
 
+TEST(Copies, EveryLetterOfATransposition) {
+    const vec a = {1, 2, 3, 4, 5, 6};
+    for (const char trans : {'T', 't', 'C', 'c'}) {
+        vec b(6, 0.0), ab = a;
+        MKL_Domatcopy('R', trans, 2, 3, 1.0, a.data(), 3, b.data(), 2);
+        MKL_Dimatcopy('R', trans, 2, 3, 1.0, ab.data(), 3, 2);
+        EXPECT_EQ(b, (vec{1, 4, 2, 5, 3, 6})) << trans;
+        EXPECT_EQ(ab, b) << trans;
+    }
+    for (const char trans : {'N', 'n', 'R', 'r'}) {
+        vec b(6, 0.0), ab = a;
+        MKL_Domatcopy('R', trans, 2, 3, 1.0, a.data(), 3, b.data(), 3);
+        MKL_Dimatcopy('R', trans, 2, 3, 1.0, ab.data(), 3, 3);
+        EXPECT_EQ(b, a) << trans;
+        EXPECT_EQ(ab, a) << trans;
+    }
+    vec square = {1, 2, 3, 4};
+    MKL_Dimatcopy('R', 'C', 2, 2, 1.0, square.data(), 2, 2);
+    EXPECT_EQ(square, (vec{1, 3, 2, 4}));
+    // The same leading dimension before and after, of a matrix that is not square.
+    vec padded = {1, 2, 3, 4, 5, 6, 0, 0, 0};
+    MKL_Dimatcopy('R', 'T', 2, 3, 1.0, padded.data(), 3, 3);
+    EXPECT_EQ(padded, (vec{1, 4, 3, 2, 5, 6, 3, 6, 0}));
+}
+
+TEST(Copies, AnyOtherLetterDoesNothing) {
+    const vec a = {1, 2, 3, 4};
+    for (const auto& [ordering, trans] : {std::pair{'X', 'N'}, std::pair{'R', 'X'}, std::pair{'C', '\0'}}) {
+        vec b(4, 7.0), ab = a;
+        MKL_Domatcopy(ordering, trans, 2, 2, 2.0, a.data(), 2, b.data(), 2);
+        MKL_Dimatcopy(ordering, trans, 2, 2, 2.0, ab.data(), 2, 2);
+        EXPECT_EQ(b, vec(4, 7.0));
+        EXPECT_EQ(ab, a);
+    }
+}
+
 TEST(Copies, AllocationFailureLeavesTheMatrix) {
     vec ab = {1, 2};
     const std::size_t huge = std::numeric_limits<std::size_t>::max() / 8;  // more than a container can hold
@@ -149,10 +185,17 @@ TEST(Packing, BadArgumentsAreNamedByPlace) {
     EXPECT_EQ(info_of([](packing& p) { p.diag = "X"; }), -3);
     EXPECT_EQ(info_of([](packing& p) { p.n = -1; }), -4);
     EXPECT_EQ(info_of([](packing& p) { p.i = 0; }), -6);
+    EXPECT_EQ(info_of([](packing& p) { p.i = 4; }), -6);
+    EXPECT_EQ(info_of([](packing& p) { p.j = 0; }), -7);
     EXPECT_EQ(info_of([](packing& p) { p.j = 4; }), -7);
+    EXPECT_EQ(info_of([](packing& p) { p.rows = -1; }), -8);
+    EXPECT_EQ(info_of([](packing& p) { p.i = 2; }), -8);  // three rows from the second one on
+    EXPECT_EQ(info_of([](packing& p) { p.cols = 4; }), -9);
+    EXPECT_EQ(info_of([](packing& p) { p.j = 2; }), -9);
     EXPECT_EQ(info_of([](packing& p) { p.rows = 4; }), -8);
     EXPECT_EQ(info_of([](packing& p) { p.cols = -1; }), -9);
     EXPECT_EQ(info_of([](packing& p) { p.lda = 2; }), -11);
+    EXPECT_EQ(info_of([](packing& p) { p.trans = "T", p.rows = 1, p.lda = 2; }), -11);
     EXPECT_EQ(ap, vec(6, 0.5));
 }
 

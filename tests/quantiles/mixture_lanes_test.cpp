@@ -139,4 +139,67 @@ TEST(MixtureLanes, CeilingsAndUndefinedSums) {
     }
 }
 
+// The weights of a mean of about 9.388e9 begin just less than 750000 indices before it, and a sum of equal
+// factors ends just more than 750000 indices behind: only there is a way back the one that meets its ceiling.
+// At the other mean it ends at its very last step.
+TEST(MixtureLanes, CeilingsOfTheSecondPass) {
+    if (sanitized) GTEST_SKIP() << "millions of terms";
+    for (const double ncp : {9388000000.0, 9386050500.0}) {
+        const poisson_start_indices weights(ncp);
+        const beta_nc_mixture mixture(2.0, 0.5, weights);
+        const lane_array y{5.0e-11, 5.2e-11, 5.5e-11, 6e-11};  // lower tails first, and upper ones
+        const auto right = mixture.right(y);
+        for (std::size_t l = 0; l < lane_count; ++l)
+            EXPECT_TRUE(same(right[l], mixture.right(y[l]))) << y[l] << " " << ncp;
+        EXPECT_EQ(right[0].lower, 0.0);
+        EXPECT_EQ(right[0].upper, 1.0);
+    }
+    constexpr double largest = 1.7976931348623157e308;
+    const t_nc_distribution distribution(1.0, 137026.0);                             // of mean 137026^2 / 2
+    for (const lane_array& x : {lane_array{137026.5, 137027.0, 137030.0, 137040.0},  // upper tails
+                                lane_array{137025.0, 137020.0, 137010.0, 137000.0},  // lower tails
+                                lane_array{137026.5, 400000.0, 1e6, 137025.0}}) {    // both, some beyond
+        const auto tails = distribution.tails(x);
+        for (std::size_t l = 0; l < lane_count; ++l)
+            EXPECT_TRUE(same(tails[l], distribution.tails(x[l]))) << x[l];
+        EXPECT_EQ(tails[0].lower, largest);  // what such a sum answers
+    }
+}
+
+// A shape so large that the ratio overflows on its way, and an infinite sum of the shapes.
+TEST(MixtureLanes, RatiosThatOverflow) {
+    const poisson_start_indices long_pass(1e6), short_pass(100.0);
+    const beta_nc_mixture overflowing(2.0, 1e308, long_pass);
+    const lane_array x{5e-303, 4e-303, 6e-303, 1e-303};
+    const auto left = overflowing.left(x);
+    for (std::size_t l = 0; l < lane_count; ++l) {
+        EXPECT_TRUE(same(left[l], overflowing.left(x[l]))) << x[l];
+        EXPECT_EQ(left[l].lower, 0.0);
+    }
+    for (const double a : {2.0, 1.7e308}) {
+        for (const double b : {2.0, 1.7e308}) {
+            const beta_nc_mixture large(a, b, short_pass);
+            for (const lane_array& at :
+                 {lane_array{0.1, 0.2, 0.3, 0.4}, lane_array{1e-323, 1e-310, 1e-307, 0.5}}) {
+                const auto tails = large.left(at), mirrored = large.right(at);
+                for (std::size_t l = 0; l < lane_count; ++l) {
+                    EXPECT_TRUE(same(tails[l], large.left(at[l]))) << at[l] << " " << a << " " << b;
+                    EXPECT_TRUE(same(mirrored[l], large.right(at[l]))) << at[l] << " " << a << " " << b;
+                }
+            }
+        }
+    }
+    // Points whose complement underflows: the first term of the odd half is then undefined, within a short
+    // pass and within a long one.
+    for (const double ncp : {3.0, 1300.0}) {
+        for (const double df : {0.5, 1e-5, 2.0, 3.0}) {
+            const t_nc_distribution distribution(df, ncp);
+            const lane_array far{1e160, 1e200, 1e250, 1e300};
+            const auto tails = distribution.tails(far);
+            for (std::size_t l = 0; l < lane_count; ++l)
+                EXPECT_TRUE(same(tails[l], distribution.tails(far[l]))) << far[l] << " " << df << " " << ncp;
+        }
+    }
+}
+
 }  // namespace
