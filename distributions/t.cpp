@@ -43,7 +43,8 @@ public:
     void prepare() {
         if (large_) {  // GCOVR_EXCL_START: see expansion_limit
             near_.expansion();
-            far_.expansion();  // GCOVR_EXCL_STOP
+            far_.expansion();
+            // GCOVR_EXCL_STOP
         } else if (h_ < gamma_limit_h) {
             near_.prepare();
             far_.prepare();

@@ -38,7 +38,9 @@ public:
                                                  std::size_t count, double* sum) {
         Tile<FourLanes>(row, x, r, count, sum);
     }
+    // GCOVR_EXCL_BR_START: only a processor without AVX2 takes the narrow one.
     static TileRoutine FastestTile() { return __builtin_cpu_supports("avx2") ? WideTile : NarrowTile; }
+    // GCOVR_EXCL_BR_STOP
 #else
     static TileRoutine FastestTile() { return NarrowTile; }
 #endif

@@ -160,10 +160,11 @@ tail_pairs gamma_nc_mixture::operator()(const lane_array& x) const {
         for (std::size_t l = 0; l < lane_count; ++l) tails[l] = (*this)(x[l]);
         return tails;
     }
+    constexpr lane_choice all = {true, true, true, true};
     lane_choice upper_first;
     for (std::size_t l = 0; l < lane_count; ++l) upper_first[l] = x[l] >= a_ + ncp;
     tails = sum_one_tail_each(
-        {true, true, true, true}, upper_first, hands_over,
+        all, upper_first, hands_over,
         [&](const lane_choice& chosen) { return lower_sums(chosen_only(x, chosen)); },
         [&](const lane_choice& chosen) { return upper_sums(chosen_only(x, chosen)); });
     for (tail_pair& pair : tails) {

@@ -95,9 +95,13 @@ lane_array t_odd_mixture::lower_sums(const points& at) const {
         if (any_lane(outcomes.open() & (undefined | ended | ~(i > 0.0)))) {
             for (int l = 0; l < lane_count; ++l) {
                 if (!outcomes.is_open(l)) continue;
+                // GCOVR_EXCL_START: below a peak the ratio is above 0 and grows, so that no step is infinite.
                 if (undefined[l]) {
                     outcomes.settle(l, peaks.k[l] >= series_ceiling ? sentinel : sign_set_nan);
-                } else if (ended[l]) {
+                    continue;
+                }
+                // GCOVR_EXCL_STOP
+                if (ended[l]) {
                     outcomes.settle(l, total[l] * 0.5 * weight_);
                 } else if (!(i[l] > 0.0)) {
                     outcomes.settle(l, steps >= series_ceiling ? sentinel : total[l] * 0.5 * weight_);

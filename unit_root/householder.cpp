@@ -34,9 +34,11 @@ void NarrowSubtractMultiple(const double* v, double factor, double* y, std::size
 }
 
 void SubtractMultiple(const double* v, double factor, double* y, std::size_t n) {
+    // GCOVR_EXCL_BR_START: only a processor without AVX2 goes on.
 #if defined(__x86_64__)
     if (__builtin_cpu_supports("avx2")) return wide_subtract_multiple(v, factor, y, n);
 #endif
+    // GCOVR_EXCL_BR_STOP
     subtract_multiple(v, factor, y, n);  // GCOVR_EXCL_LINE: only a processor without AVX2 comes here
 }
 

@@ -83,4 +83,20 @@ TEST(ExtremeArguments, ADensityThatOverflowsMakesTheTailsInfinite) {
     EXPECT_EQ(zolv_FCdf(1e-6, 7e-317, 0.01, 0.0, 0), -infinity);
 }
 
+// Half of such degrees of freedom is 0.
+TEST(ExtremeArguments, TheLeastDegreesOfFreedomHaveTheSameTInAnArray) {
+    const double x[] = {-1e300, -2.0, -1e-300, 0.0, 1e-300, 0.5, 2.0, 1e300};
+    for (const double nc : {-3.0, 1.0, 40.0}) {
+        double out[std::size(x)];
+        zolv_ParallelTPdf(x, std::size(x), least, nc, out);
+        for (std::size_t i = 0; i < std::size(x); ++i)
+            EXPECT_SAME_BITS(out[i], zolv_TPdf(x[i], least, nc)) << x[i];
+        for (const unsigned char upper : {0, 1}) {
+            zolv_ParallelTCdf(x, std::size(x), least, nc, upper, out);
+            for (std::size_t i = 0; i < std::size(x); ++i)
+                EXPECT_SAME_BITS(out[i], zolv_TCdf(x[i], least, nc, upper)) << x[i];
+        }
+    }
+}
+
 }  // namespace

@@ -507,4 +507,9 @@ TEST(ArimaLogLikelihood, BadInputIsMissing) {
     EXPECT_TRUE(std::isfinite(zolv_ArimaLogLikelihood(series.data(), 40, &model)));
 }
 
+TEST(ArmaDeviance, OfNothingIsTheMissingValue) {
+    EXPECT_MISSING(ArmaDeviance({}, {0.5}, {}, 1.0));
+    EXPECT_MISSING(ArmaDeviance({}, {}, {}, 1.0));
+}
+
 }  // namespace

@@ -8,6 +8,8 @@
 
 #include "support/arima_model.hpp"
 #include "support/bits.hpp"
+#include "time_series/arima_handle.hpp"
+#include "time_series/cm_cmnd_arima.hpp"
 #include "time_series/forecast_normal_quantile.hpp"
 #include "zolv.h"
 
@@ -410,6 +412,27 @@ TEST(Getters, History) {
     double* row = &one;
     zolv_GetIterationHistory(walk, &row);
     EXPECT_EQ(one, untouched);
+}
+
+// A fit that nobody has asked to keep its history.
+TEST(Getters, NoHistory) {
+    const std::vector<double> x = airline();
+    zolv::time_series::ArimaOrders orders;
+    orders.q = 1;
+    orders.d = 1;
+    auto* const fit =
+        new vek::time_series::CmCmndArima(x.data(), static_cast<int>(x.size()), orders, false, nullptr);
+    EXPECT_LT(fit->Estimate(), 30000);
+    zolv_ArimaHandle handle = zolv::time_series::HandleOf(fit);
+    std::uint32_t row_length = 99;
+    EXPECT_EQ(zolv_GetIterationHistoryCount(handle, &row_length), 0u);
+    EXPECT_EQ(row_length, 0u);
+    EXPECT_EQ(zolv_GetIterationHistoryCount(handle, nullptr), 0u);
+    double one = untouched;
+    double* row = &one;
+    zolv_GetIterationHistory(handle, &row);
+    EXPECT_EQ(one, untouched);
+    zolv_DeleteArimaModelPtr(&handle);
 }
 
 // ---- null handles ----------------------------------------------------------------------------------------
