@@ -87,6 +87,7 @@ void rise_from_peak(const mixture_point& m, double k, mixture_pass& pass) {
 // Exact: indices are doubles; the caller has made sure that they stay below 2^53.
 template <class LogDensity>
 double rising_sum(const mixture_point& m, double j0, double R, const LogDensity& log_density) {
+    if (rises_to_ceiling(j0, m.ncp)) return 0.0;
     const double largest_factor = m.c + (j0 + 2.0 * series_ceiling);
     mixture_pass pass{j0, R};
     if (worth_scaling(R, m.across, largest_factor)) rise_to_peak<scaled_ratios>(m, j0, pass);
@@ -149,6 +150,7 @@ void fall_from_peak(const mixture_point& m, double k, mixture_pass& pass) {
 // downward. L is the ratio at j1 + 1.
 template <class LogDensity>
 double falling_sum(const mixture_point& m, double j1, double L, const LogDensity& log_density) {
+    if (falls_to_ceiling(j1, m.ncp)) return 0.0;
     const double limit = j1 - series_ceiling < 1.0 ? 0.0 : j1 - series_ceiling;
     mixture_pass pass{j1, L};
     if (worth_scaling(L, m.across, m.c + j1)) fall_to_peak<scaled_ratios>(m, j1, limit, pass);

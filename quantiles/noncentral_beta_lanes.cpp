@@ -21,6 +21,7 @@ struct mixture_lanes {
 template <class LogDensity>
 lane_array rising_sums(const mixture_lanes& m, double j0, const lane_array& ratios,
                        const LogDensity& log_density) {
+    if (rises_to_ceiling(j0, m.ncp)) return {};
     lane_values R, S{}, k{}, peak_R{}, peak_S{};
     for (int l = 0; l < lane_count; ++l) R.set(l, ratios[static_cast<std::size_t>(l)]);
     lane_outcomes outcomes;
@@ -95,6 +96,7 @@ lane_array rising_sums(const mixture_lanes& m, double j0, const lane_array& rati
 template <class LogDensity>
 lane_array falling_sums(const mixture_lanes& m, double j1, const lane_array& ratios,
                         const LogDensity& log_density) {
+    if (falls_to_ceiling(j1, m.ncp)) return {};
     const double limit = j1 - series_ceiling < 1.0 ? 0.0 : j1 - series_ceiling;
     const bool long_pass = j1 >= series_ceiling;
     lane_values L, S{}, k{}, peak_L{}, peak_S{};

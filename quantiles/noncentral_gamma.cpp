@@ -39,6 +39,7 @@ double gamma_nc_mixture::log_term(double k, double x) const {
 double gamma_nc_mixture::upper_sum(double x) const {
     const double a = a_, ncp = weights_.mean(), j0 = weights_.first();
     if (!index_moves(j0)) return sign_set_nan;
+    if (rises_to_ceiling(j0, ncp)) return 0.0;
     double k = 0.0;
     double R = first_kernel().upper_ratio(x);
     double S = 0.0;
@@ -80,6 +81,7 @@ double gamma_nc_mixture::upper_sum(double x) const {
 double gamma_nc_mixture::lower_sum(double x) const {
     const double a = a_, ncp = weights_.mean(), j1 = weights_.last();
     if (!index_moves(j1)) return sign_set_nan;
+    if (falls_to_ceiling(j1, ncp)) return 0.0;
     const double limit = j1 - series_ceiling < 1.0 ? 0.0 : j1 - series_ceiling;
     double i = j1;
     double k = 0.0;

@@ -24,6 +24,7 @@ bool hands_over(double tail) { return tail > tail_switch; }
 
 lane_array gamma_nc_mixture::upper_sums(const lane_array& points) const {
     const double a = a_, ncp = weights_.mean(), j0 = weights_.first();
+    if (rises_to_ceiling(j0, ncp)) return {};
     lane_values x, R, S(0.0), peak_R(0.0), peak_S(0.0), k(0.0);
     for (int l = 0; l < lane_count; ++l) {
         x.set(l, points[static_cast<std::size_t>(l)]);
@@ -89,6 +90,7 @@ lane_array gamma_nc_mixture::upper_sums(const lane_array& points) const {
 
 lane_array gamma_nc_mixture::lower_sums(const lane_array& points) const {
     const double a = a_, ncp = weights_.mean(), j1 = weights_.last();
+    if (falls_to_ceiling(j1, ncp)) return {};
     const double limit = j1 - series_ceiling < 1.0 ? 0.0 : j1 - series_ceiling;
     lane_values x, u, L(0.0), S(0.0), peak_L(0.0), peak_S(0.0), k(0.0);
     for (int l = 0; l < lane_count; ++l) {

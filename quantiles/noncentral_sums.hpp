@@ -15,6 +15,13 @@ inline constexpr double tail_switch = 0.9;          // a tail above it is summed
 // Beyond 2^53 an index no longer moves when 1 is added to it.
 inline constexpr double largest_index = 9007199254740992.0;
 
+// Whether a pass from index `first` upward, or from `last` downward, is at its ceiling before it comes to the
+// mean of the weights. It then meets no peak: the quotient of two neighbouring terms that it looks for, above
+// 1, is there (i + 1) / mean or mean / i, at most 1, times a number and divided by that number plus another,
+// and rounding keeps that order.
+inline bool rises_to_ceiling(double first, double mean) { return first + (series_ceiling + 8.0) <= mean; }
+inline bool falls_to_ceiling(double last, double mean) { return last - (series_ceiling + 8.0) >= mean; }
+
 // Whether the stop rule, total > tail_switch or T < total * series_tolerance * (1 - t), is out of reach for
 // the rest of a pass: a NaN answers no comparison and stays a NaN, and a term that has become 0 before the
 // total was large enough for a tolerance stays 0. Such a pass runs to its ceiling.

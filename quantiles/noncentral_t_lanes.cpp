@@ -27,6 +27,7 @@ struct lane_peaks {
 
 lane_array t_odd_mixture::lower_sums(const points& at) const {
     const double d = weights_.mean(), j1 = weights_.last();
+    if (falls_to_ceiling(j1, d)) return {sentinel, sentinel, sentinel, sentinel};
     lane_values u, v, L, S{};
     for (int l = 0; l < lane_count; ++l) {
         const t_mixture_point& point = at[static_cast<std::size_t>(l)];
@@ -115,6 +116,7 @@ lane_array t_odd_mixture::lower_sums(const points& at) const {
 
 lane_array t_odd_mixture::upper_sums(const points& at) const {
     const double d = weights_.mean(), m = first_index();
+    if (rises_to_ceiling(m, d)) return {sentinel, sentinel, sentinel, sentinel};
     lane_values u, v, U, S{};
     for (int l = 0; l < lane_count; ++l) {
         const t_mixture_point& point = at[static_cast<std::size_t>(l)];

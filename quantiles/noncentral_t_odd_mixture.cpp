@@ -84,6 +84,7 @@ double t_odd_mixture::log_peak(const t_mixture_point& at, double k) const {
 // reached: its outcome is settled there, and so it is where a term is a NaN.
 double t_odd_mixture::lower_sum(const t_mixture_point& at) const {
     const double j1 = weights_.last();
+    if (falls_to_ceiling(j1, weights_.mean())) return sentinel;
     mixture_pass pass{j1, lower_start(at)};
     if (worth_scaling(pass.ratio, at.v, h_ + 1.0 + j1)) fall_to_peak<scaled_ratios>(at, pass);
     if (pass.is_going()) fall_to_peak<plain_ratios>(at, pass);
@@ -155,6 +156,7 @@ void t_odd_mixture::fall_from_peak(const t_mixture_point& at, double k, mixture_
 // both run to the ceiling.
 double t_odd_mixture::upper_sum(const t_mixture_point& at) const {
     const double m = first_index(), largest_factor = m + 2.0 * series_ceiling + h_ + 1.0;
+    if (rises_to_ceiling(m, weights_.mean())) return sentinel;
     mixture_pass pass{m, upper_start(at)};
     if (worth_scaling(pass.ratio, at.v, largest_factor)) rise_to_peak<scaled_ratios>(at, m, pass);
     if (pass.is_going()) rise_to_peak<plain_ratios>(at, m, pass);

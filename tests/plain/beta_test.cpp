@@ -159,6 +159,29 @@ TEST(PlainF, NoncentralTailsFarOut) {
     }
 }
 
+// Noncentralities whose sums reach their ceiling, some of them before the mean of the weights: from 9.3912e9
+// on.
+TEST(PlainF, NoncentralTailsAtTheCeiling) {
+    Random random(7);
+    Comparison comparison;
+    for (const double mean : {7e9, 9.3905e9, 9.3911e9, 9.3914e9, 9.3918e9, 9.3925e9, 2e10, 1e12, 4e15}) {
+        for (int n = 0; n < rounds(20) && (n == 0 || !sanitized); n += 10) {
+            const double d1 = random.power(-1.0, 3.0), d2 = random.power(-1.0, 3.0), nc = 2.0 * mean;
+            const double at = (d1 + nc) / d1;
+            const std::vector<double> x = {at * random.between(0.5, 1.0), at * random.between(0.999, 1.001),
+                                           at * random.between(1.0, 2.0), 1.0, 1e100};
+            const unsigned char upper = n % 20 == 0 ? 1 : 0;
+            compare(
+                comparison, x, "tail " + list(d1, d2, nc),
+                [&](double y) { return f_cdf(y, d1, d2, nc, upper); },
+                [&](double y) { return zolv_FCdf(y, d1, d2, nc, upper); },
+                [&](const double* y, std::size_t m, double* out) {
+                    zolv_ParallelFCdf(y, m, d1, d2, nc, upper, out);
+                });
+        }
+    }
+}
+
 // A noncentral quantile is some fifty sums: fewer of them.
 TEST(PlainF, Quantiles) {
     Random random(5);

@@ -68,6 +68,30 @@ TEST(PlainChiSquare, NoncentralDensityAndTails) {
     }
 }
 
+// Noncentralities whose sums reach their ceiling, some of them before the mean of the weights:
+// from 1.87824e10 on.
+TEST(PlainChiSquare, NoncentralTailsAtTheCeiling) {
+    Random random(14);
+    Comparison comparison;
+    for (const double mean :
+         {7e9, 9.3905e9, 9.3911e9, 9.3914e9, 9.3918e9, 9.3925e9, 2e10, 1e12, 4e15, 9e15}) {
+        for (int n = 0; n < rounds(20) && (n == 0 || !sanitized); n += 10) {
+            const double df = random.power(-1.0, 4.0), nc = 2.0 * mean;
+            const double at = df + nc;
+            const std::vector<double> x = {at * random.between(0.5, 1.0), at * random.between(0.9999, 1.0001),
+                                           at * random.between(1.0, 2.0), 1.0, 1e100};
+            const unsigned char upper = n % 20 == 0 ? 1 : 0;
+            compare(
+                comparison, x, "tail " + list(df, nc),
+                [&](double y) { return chi_square_cdf(y, df, nc, upper); },
+                [&](double y) { return zolv_ChiSqCdf(y, df, nc, upper); },
+                [&](const double* y, std::size_t m, double* out) {
+                    zolv_ParallelChiSqCdf(y, m, df, nc, upper, out);
+                });
+        }
+    }
+}
+
 TEST(PlainChiSquare, Quantiles) {
     Random random(13);
     Comparison comparison;

@@ -167,7 +167,7 @@ inline tail_pair t_nc_tails_positive(double x, double df, double ncp) {
         const double j1 = poisson_quantile(5e-15, d, 1);
         double i = j1, S = 0.0, k = 0.0;
         double L = far ? beta_upper_ratio(h, j1 + 2.0, v) : beta_lower_ratio(j1 + 2.0, h, u);
-        while (i >= 0.0) {
+        while (i >= 0.0 && j1 - i < 750000.0) {  // what comes after that many is settled
             L = (L * (h + 1.0 + i) + v) * (u / (i + 1.0));
             if (i == 0.0) break;
             const double e = h + 1.0 + i - 1.0;

@@ -147,6 +147,27 @@ TEST(PlainT, NoncentralTailsFarOut) {
     }
 }
 
+// Noncentralities whose sums reach their ceiling, some of them before the mean of the weights: 137049 is
+// where these begin. One set of parameters where each sum takes long.
+TEST(PlainT, NoncentralTailsAtTheCeiling) {
+    Random random(28);
+    Comparison comparison;
+    for (const double nc : {1.2e5, 1.35e5, 137048.0, 137050.0, 137054.0, 1.4e5, 1e6, -1e7, 1.2e8}) {
+        for (int n = 0; n < rounds(20) && (n == 0 || !sanitized); n += 10) {
+            const double df = random.power(-2.0, 4.0);
+            const std::vector<double> x = {nc * random.between(0.3, 1.0), nc, nc * random.between(1.0, 1.5),
+                                           nc * random.between(1.5, 5.0), nc * 1e100};
+            const unsigned char upper = n % 20 == 0 ? 1 : 0;
+            compare(
+                comparison, x, "tail " + list(df, nc), [&](double y) { return t_cdf(y, df, nc, upper); },
+                [&](double y) { return zolv_TCdf(y, df, nc, upper); },
+                [&](const double* y, std::size_t m, double* out) {
+                    zolv_ParallelTCdf(y, m, df, nc, upper, out);
+                });
+        }
+    }
+}
+
 // Few degrees of freedom: a hundred doublings and more before the bisection.
 TEST(PlainT, NoncentralQuantilesFarOut) {
     Random random(27);
