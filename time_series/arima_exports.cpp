@@ -82,8 +82,8 @@ zolv_ArimaHandle zolv_MakeArimaModelPtr(const double* series, uint32_t n, zolv_A
             start.assign(model->Parameters, model->Parameters + orders.TermCount());
             if (has_constant) start.push_back(*model->Constant);
         }
-        auto* const iterative = new (std::nothrow) CmCmndArima(
-            series, length, orders, has_constant, model->Parameters != nullptr ? &start : nullptr);
+        const std::vector<double>* const given = model->Parameters != nullptr ? &start : nullptr;
+        auto* const iterative = new (std::nothrow) CmCmndArima(series, length, orders, has_constant, given);
         if (iterative != nullptr) iterative->RecordHistory(true);
         fit.reset(iterative);
     }

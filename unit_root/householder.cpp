@@ -50,8 +50,9 @@ void Reflect(const std::vector<double>& v, double tau, std::size_t first, std::s
 
 HouseholderFactors HouseholderColumns(AdfRegression& regression) {
     const std::size_t regressors = regression.regressors(), rows = regression.rows();
-    HouseholderFactors factors{
-        {}, std::vector<double>(regressors, dru::impl::missing_value), std::vector<double>(regressors, 0.0)};
+    HouseholderFactors factors;
+    factors.tau.assign(regressors, dru::impl::missing_value);
+    factors.diagonal.assign(regressors, 0.0);
     auto& retained = factors.retained;
 
     std::size_t reflected = 0;  // reflectors that the block of column j has had

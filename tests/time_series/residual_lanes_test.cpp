@@ -217,9 +217,9 @@ std::vector<Point> random_points(Random& r, const Model& m, const ResidualLanes&
 }
 
 // Series of at most 200 values, or of up to 2000 with coefficients that die away.
-void run_case(std::uint64_t seed, bool isLong, Tally& tally) {
+void run_case(std::uint64_t seed, bool isLong, Tally& tally, const Model* given = nullptr) {
     Random r(seed);
-    const Model m = random_model(r);
+    const Model m = given != nullptr ? *given : random_model(r);
     const Index longest = static_cast<Index>(std::max(m.ar.maxLag, m.ma.maxLag));
     const int count = m.k + 1 +
                       (isLong        ? r.whole(200, 1980)
@@ -314,6 +314,34 @@ TEST(ResidualLanes, LongRunsHaveTheBitsOfPassesOneAfterAnother) {
     tally.Print("long runs");
     EXPECT_GT(tally.compared, 2500);
     EXPECT_GT(tally.met, 1000);
+}
+
+// Every number of lanes with AR terms alone, with MA terms alone, with a single MA term of lag 1 and of
+// another lag, and with both kinds: each has a function of its own for each width.
+TEST(ResidualLanes, EveryShapeOfModelHasTheBitsOfPassesOneAfterAnother) {
+    Tally tally;
+    std::uint64_t seed = 1000000;
+    for (int terms = 1; terms <= 10; ++terms) {
+        const int some = (terms + 1) / 2, others = terms / 2, most = std::min(terms - 1, 5),
+                  rest = terms - 1 - most;
+        const int shapes[][4] = {{some, 0, others, 0}, {0, some, 0, others}, {most, 1, rest, 0},
+                                 {most, 0, rest, 1},   {others, some, 0, 0}, {0, others, some, 0},
+                                 {1, most, 0, rest}};
+        for (const auto& [p, q, P, Q] : shapes) {
+            for (const bool constant : {false, true}) {
+                Model m;
+                m.p = p, m.q = q, m.P = P, m.Q = Q, m.S = 6, m.constant = constant;
+                m.Finish();
+                if (!m.Usable() || p + q + P + Q != terms) continue;
+                for (const bool isLong : {false, true}) {
+                    for (int repeat = 0; repeat < 4 && !HasFatalFailure(); ++repeat)
+                        run_case(++seed, isLong, tally, &m);
+                }
+            }
+        }
+    }
+    tally.Print("shapes");
+    EXPECT_GT(tally.compared, 2000);
 }
 
 // Away from rounding to nearest the series drifts in every pass, and none may be taken for settled.
