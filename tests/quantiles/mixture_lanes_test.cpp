@@ -166,6 +166,29 @@ TEST(MixtureLanes, CeilingsOfTheSecondPass) {
     }
 }
 
+// Just below those means the weights begin near enough, but factors that rise move the peak beyond the
+// ceiling.
+TEST(MixtureLanes, CeilingsOfTheFirstPassBeyondTheMean) {
+    if (sanitized) GTEST_SKIP() << "millions of terms";
+    const double ncp = 9380000000.0;
+    const poisson_start_indices weights(ncp);
+    const double b = 1e5;
+    const beta_nc_mixture mixture(2.0, b, weights);
+    const double at = b / ncp;
+    for (const lane_array& y : {lane_array{0.97 * at, 0.98 * at, 0.99 * at, 0.95 * at},
+                                lane_array{1.03 * at, 1.02 * at, 1.01 * at, 1.05 * at}}) {
+        const auto right = mixture.right(y);
+        for (std::size_t l = 0; l < lane_count; ++l) EXPECT_TRUE(same(right[l], mixture.right(y[l]))) << y[l];
+    }
+    const gamma_nc_mixture gamma(0.5, ncp);
+    const double sd = std::sqrt(2.0 * ncp);
+    for (const lane_array& x : {lane_array{ncp + sd, ncp + 2.0 * sd, ncp + 4.0 * sd, ncp + 6.0 * sd},
+                                lane_array{ncp - sd, ncp - 2.0 * sd, ncp - 4.0 * sd, ncp - 6.0 * sd}}) {
+        const auto tails = gamma(x);
+        for (std::size_t l = 0; l < lane_count; ++l) EXPECT_TRUE(same(tails[l], gamma(x[l]))) << x[l];
+    }
+}
+
 // A shape so large that the ratio overflows on its way, and an infinite sum of the shapes.
 TEST(MixtureLanes, RatiosThatOverflow) {
     const poisson_start_indices long_pass(1e6), short_pass(100.0);
