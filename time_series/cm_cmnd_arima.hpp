@@ -136,6 +136,7 @@ private:
     void RejectCandidate();
     bool Visit(bool derivativesFollow, double& sum);
     bool RunAhead(const Parameters& point, bool tried);
+    bool RunAlone(const Parameters& point, double& sum);
     void WalkAround(const Parameters& point);
     bool TakeDerivatives();
     int FormNormalEquations();

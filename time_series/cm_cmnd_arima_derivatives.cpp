@@ -37,9 +37,7 @@ bool CmCmndArima::TryCandidate(double& sum) {
         sum = aheadSum_.first;
         return true;
     }
-    if (!FullPass(candidate_)) return false;
-    sum = CappedSumOfSquares();
-    return true;
+    return RunAlone(candidate_, sum);
 }
 
 void CmCmndArima::RejectCandidate() {
@@ -59,7 +57,20 @@ bool CmCmndArima::Visit(bool derivativesFollow, double& sum) {
         if (ahead_ == Ahead::from_trial) lanes_.LeaveFirst(w_.data());
         ahead_ = Ahead::nothing;
     }
-    if (!FullPass(theta_)) return false;
+    return RunAlone(theta_, sum);
+}
+
+// A full pass and its sum of squares; false when it overflows. The residuals themselves are left where they
+// are made: nobody reads them before the next pass.
+bool CmCmndArima::RunAlone(const Parameters& point, double& sum) {
+    if (lanes_.RunOnePass(w_.data(), point.data())) {
+        lanes_.LeaveAll(w_.data());
+        firstIndex_ = lanes_.FirstIndex(lanes_.First());
+        backcastDone_ = passed_ = true;
+        sum = lanes_.SumSquares(sum_cap).first;
+        return true;
+    }
+    if (!FullPass(point)) return false;
     sum = CappedSumOfSquares();
     return true;
 }

@@ -56,8 +56,19 @@ struct LaneProducts {
     std::array<std::array<double, width>, width> matrix{};
 };
 
-inline constexpr std::size_t shift_block = 64;
-using ShiftBlock = std::array<double, shift_block>;
+// What the passes of a run make of the working series, each of which takes its constant off and puts it back.
+// The first two have the same, and so may any number behind them; then come three with others.
+struct LaneSpread {
+    const double* w = nullptr;
+    std::ptrdiff_t count = 0;
+    std::array<double, lanes_per_quad> constant{};
+    double* common = nullptr;   // as the second pass sees it
+    double* apart = nullptr;    // a row per time: as the first, and as the three behind see it,
+    bool swapped = false;       // the first two of these in the places of each other
+    double* drifted = nullptr;  // behind the last pass; like the other two with room for whole registers
+    bool uneven = false;        // found: the second pass does not see what the first has seen,
+    bool unsettled = false;     // and has left something else than it found
+};
 
 struct LaneKernels {
     // The residuals of the backward pass from t = from - 1 down to the margin, into e.
@@ -66,15 +77,15 @@ struct LaneKernels {
     // are the same in both, and not 0; or -1.
     using Close = std::ptrdiff_t (*)(const LaneArrays& lanes, const LaneBracket& bracket);
     // From `from` - 1, in the margin, on down, into rows: each lane ends with its own last backcast and holds
-    // zeros below. first[lane] is counted down by one for each of its times.
-    using Backcast = void (*)(const LaneArrays& lanes, std::ptrdiff_t from, std::int64_t* first);
+    // zeros below. first[lane] is counted down by one for each of its times. The time below which no lane
+    // has a backcast: there rows stay as they are.
+    using Backcast = std::ptrdiff_t (*)(const LaneArrays& lanes, std::ptrdiff_t from, std::int64_t* first);
     // The residuals up to rowsEnd, each lane from its own first time on.
     using Start = void (*)(const LaneArrays& lanes, const std::int64_t* first);
     // Those from `from`, at rowsEnd or behind it, up to `end`.
     using Forward = void (*)(const LaneArrays& lanes, std::ptrdiff_t from, std::ptrdiff_t end);
     using Products = void (*)(LaneProducts& sums);
-    // shifted = value - c, then value = shifted + c; whether one of `value` has moved.
-    using Shift = bool (*)(double c, ShiftBlock& value, ShiftBlock& shifted);
+    using Spread = void (*)(LaneSpread& spread);
     // The largest magnitude; infinity where there is a NaN.
     using Largest = double (*)(const double* value, std::ptrdiff_t count);
 
@@ -86,7 +97,7 @@ struct LaneKernels {
     ByQuads<Start> start;
     std::array<ByQuads<Forward>, 2> forward;
     std::array<Products, 5> products;  // by pairs of parameters, less 1
-    Shift shift;
+    Spread spread;
     Largest largest;
 };
 

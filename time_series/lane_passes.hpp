@@ -14,47 +14,28 @@ namespace vek::time_series {
 
 inline constexpr double backcast_end = 0.001;  // a backcast this small ends the backward pass of its lane
 
-// The series less its AR terms, at `times` times, into e.
-template <class R, class Series, int step, std::ptrdiff_t times>
-[[gnu::always_inline]] inline void RunAr(const LaneArrays& lanes, std::ptrdiff_t t) {
-    typename R::Values v[static_cast<std::size_t>(times)][R::count];
-#pragma GCC unroll 4
-    for (std::ptrdiff_t u = 0; u < times; ++u) {
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < R::count; ++n) {
-            Series::Load(v[u][n], lanes, t + step * u, n);
-        }
-    }
-    for (int i = 0; i < lanes.arCount; ++i) {
-        const double* const phi = lanes.arCoefficient + i * lanes.stride;
-        const std::ptrdiff_t at = t - step * lanes.arLag[i];
-#pragma GCC unroll 12
-        for (std::size_t n = 0; n < R::count; ++n) {
-            typename R::Values coefficient;
-            R::Load(coefficient, phi, n);
-#pragma GCC unroll 4
-            for (std::ptrdiff_t u = 0; u < times; ++u) {
-                typename R::Values value;
-                Series::Load(value, lanes, at + step * u, n);
-                v[u][n] -= coefficient * value;
-            }
-        }
-    }
-#pragma GCC unroll 4
-    for (std::ptrdiff_t u = 0; u < times; ++u) {
-        R::StoreRow(lanes.e + (t + step * u) * lanes.stride, v[u]);
-    }
-}
-
-// MA terms on, from t up to but without `to`.
-template <class R, class Series, int step, bool onlyLagOne>
-[[gnu::always_inline]] inline void RunMa(const LaneArrays& lanes, std::ptrdiff_t t, std::ptrdiff_t to,
-                                         typename R::Values (&previous)[R::count],
-                                         typename R::Values (&squares)[R::count]) {
+// Residuals from t on in the direction of `step`, up to but without `to`. Loops over few AR terms, or over an
+// MA term of lag 1 alone, are written out: arTerms of them, or -1 for as many as there are.
+template <class R, class Series, int step, int arTerms, bool onlyLagOne>
+[[gnu::always_inline]] inline void RunTimes(const LaneArrays& lanes, std::ptrdiff_t t, std::ptrdiff_t to) {
+    typename R::Values previous[R::count], squares[R::count];
+    R::LoadRow(previous, lanes.e + (t - step) * lanes.stride);
+    R::LoadRow(squares, lanes.squares);
+    std::ptrdiff_t back[3]{};  // lags that no store of the loop can be taken to change
+    for (int i = 0; i < arTerms; ++i) back[i] = step * lanes.arLag[i];
     for (; t != to; t += step) {
         typename R::Values v[R::count];
 #pragma GCC unroll 12
         for (std::size_t n = 0; n < R::count; ++n) Series::Load(v[n], lanes, t, n);
+        if (arTerms < 0) {
+            R::template TakeOffAr<Series>(lanes, t, step, v);
+        } else {
+#pragma GCC unroll 3
+            for (int i = 0; i < arTerms; ++i) {
+                R::template AddTerm<Series, -1>(lanes, lanes.arCoefficient + i * lanes.stride, t - back[i],
+                                                v);
+            }
+        }
         if (onlyLagOne) {
 #pragma GCC unroll 12
             for (std::size_t n = 0; n < R::count; ++n) {
@@ -72,50 +53,29 @@ template <class R, class Series, int step, bool onlyLagOne>
         }
         R::StoreRow(lanes.e + t * lanes.stride, v);
     }
-}
-
-template <class R, class Series, int step, bool onlyLagOne>
-[[gnu::always_inline]] inline void RunTimes(const LaneArrays& lanes, std::ptrdiff_t t, std::ptrdiff_t to,
-                                            typename R::Values (&previous)[R::count],
-                                            typename R::Values (&squares)[R::count]) {
-    if (lanes.arCount == 0) {
-        RunMa<R, Series, step, onlyLagOne>(lanes, t, to, previous, squares);
-        return;
-    }
-    constexpr std::size_t registers = R::count * R::width / 4;
-    constexpr std::ptrdiff_t times = registers <= 2 ? 4 : registers <= 4 ? 2 : 1;
-    constexpr std::ptrdiff_t block = 16;
-    for (; (to - t) * step >= block; t += step * block) {
-        for (std::ptrdiff_t i = 0; i < block; i += times) RunAr<R, Series, step, times>(lanes, t + step * i);
-        RunMa<R, typename R::InResiduals, step, onlyLagOne>(lanes, t, t + step * block, previous, squares);
-    }
-    for (std::ptrdiff_t i = t; i != to; i += step) RunAr<R, Series, step, 1>(lanes, i);
-    RunMa<R, typename R::InResiduals, step, onlyLagOne>(lanes, t, to, previous, squares);
-}
-
-// From t on in the direction of `step`, up to but without `to`.
-template <class R, class Series, int step>
-[[gnu::always_inline]] inline void RunStretch(const LaneArrays& lanes, std::ptrdiff_t t, std::ptrdiff_t to) {
-    typename R::Values previous[R::count], squares[R::count];
-    R::LoadRow(previous, lanes.e + (t - step) * lanes.stride);
-    R::LoadRow(squares, lanes.squares);
-    if (lanes.maCount == 1 && lanes.maLag[0] == 1) {
-        RunTimes<R, Series, step, true>(lanes, t, to, previous, squares);
-    } else {
-        RunTimes<R, Series, step, false>(lanes, t, to, previous, squares);
-    }
     R::StoreRow(lanes.squares, squares);
 }
 
 template <class R, bool hasApart>
 [[gnu::always_inline]] inline void RunBackward(const LaneArrays lanes, std::ptrdiff_t from) {
-    RunStretch<R, typename R::template InCommon<hasApart>, -1>(lanes, from - 1, lanes.margin - 1);
+    RunTimes<R, typename R::template InCommon<hasApart>, -1, -1, false>(lanes, from - 1, lanes.margin - 1);
 }
 
 template <class R, bool hasApart>
 [[gnu::always_inline]] inline void RunForward(const LaneArrays lanes, std::ptrdiff_t from,
                                               std::ptrdiff_t end) {
-    RunStretch<R, typename R::template InCommon<hasApart>, 1>(lanes, from, end);
+    using Series = typename R::template InCommon<hasApart>;
+    if (lanes.maCount != 1 || lanes.maLag[0] != 1 || lanes.arCount > 3) {
+        RunTimes<R, Series, 1, -1, false>(lanes, from, end);
+    } else if (lanes.arCount == 0) {
+        RunTimes<R, Series, 1, 0, true>(lanes, from, end);
+    } else if (lanes.arCount == 1) {
+        RunTimes<R, Series, 1, 1, true>(lanes, from, end);
+    } else if (lanes.arCount == 2) {
+        RunTimes<R, Series, 1, 2, true>(lanes, from, end);
+    } else {
+        RunTimes<R, Series, 1, 3, true>(lanes, from, end);
+    }
 }
 
 // Order: a product and a sum, once rounded, never fall when a factor that is not negative, or a term, grows.
@@ -160,8 +120,8 @@ template <class R, bool hasApart>
 
 // A lane that has made its last backcast goes on for nothing: its zeros are what the pass leaves below.
 template <class R>
-[[gnu::always_inline]] inline void RunBackcast(const LaneArrays lanes, std::ptrdiff_t from,
-                                               std::int64_t* first) {
+[[gnu::always_inline]] inline std::ptrdiff_t RunBackcast(const LaneArrays lanes, std::ptrdiff_t from,
+                                                         std::int64_t* first) {
     typename R::Values previous[R::count], squares[R::count];
     typename R::Bits going[R::count];
     R::LoadRow(previous, lanes.e + from * lanes.stride);
@@ -187,8 +147,8 @@ template <class R>
         }
         any = R::Any(left);
     }
-    std::fill_n(lanes.rows, (t + 1) * lanes.stride, 0.0);
     R::StoreRow(lanes.squares, squares);
+    return t + 1;
 }
 
 template <class R>

@@ -10,12 +10,10 @@ namespace {
 
 using Index = std::ptrdiff_t;
 
-// Values whose squares add up to no more are below near_bound, far enough below the bound of the recursion,
-// 1.001e18, that no shift by a constant reaches it from there.
-constexpr double near_bound = 1e17;
+// Of values that add up to no more none is beyond near_bound.
 constexpr double near_squares = near_bound * near_bound;
 
-constexpr Index forward_block = 128;  // times whose rows are still at hand when they enter the products
+constexpr Index forward_block = 256;  // times whose rows are still at hand when they enter the products
 constexpr Index cache_line = 8;       // doubles
 
 Index InLines(Index count) { return (count + cache_line - 1) / cache_line * cache_line; }
@@ -37,14 +35,15 @@ void ResidualLanes::Prepare(const PassFrame& frame, const LaneKernels& kernels) 
     seriesStands_ = false;
     const Index lanes = 2 * frame.parameters + (frame.hasConstant ? 3 : 2);
     stride_ = (lanes + lanes_per_quad - 1) / lanes_per_quad * lanes_per_quad;
+    wZeroBelow_ = eZeroBelow_ = frame.margin;
 
-    // Products read past the end of the last row.
-    const Index shifted = frame.hasConstant ? frame.end : 0;
+    // Products read past the end of the last row, and the series is written in whole registers.
+    const Index shifted = frame.hasConstant ? frame.end + lanes_per_quad : 0;
     const std::array<std::pair<double**, Index>, 7> arrays{{{&w_, rowsEnd_ * stride_},
                                                             {&e_, frame.end * stride_ + LaneProducts::width},
                                                             {&arCoefficient_, frame.ar->count * stride_},
                                                             {&maCoefficient_, frame.ma->count * stride_},
-                                                            {&common_, frame.end},
+                                                            {&common_, frame.end + lanes_per_quad},
                                                             {&apart_, shifted * lanes_per_quad},
                                                             {&drifted_, shifted}}};
     Index size = cache_line;
@@ -79,7 +78,7 @@ void ResidualLanes::Add(int lane, const double* theta) {
             Row(rows, i)[lane] = coefficient[Size(i)];
             size += std::fabs(coefficient[Size(i)]);
         }
-        if (!(size <= largest)) largest = size;
+        if (!std::isnan(largest) && !(size <= largest)) largest = size;
     };
     place(*frame_.ar, arCoefficient_, arSize_);
     place(*frame_.ma, maCoefficient_, maSize_);
@@ -118,45 +117,8 @@ bool ResidualLanes::WithinBound() const {
     return true;
 }
 
-// The backward pass only matters near the margin, and there its residuals no longer depend on those that it
-// began with, to the bit. So it begins with an upper and a lower bound of them a while before, and where
-// these have met, it is there.
-//
-// The bound: let U be that of the series less its AR terms, and r the sum of the magnitudes of the MA
-// coefficients, r < 1. Residuals within A = 2 U / (1 - r) are followed by one within U + r A = A - U: there
-// is room for the roundings.
-//
-// Returns the time from which on the residuals stand in e_: without a meeting the end of the pass.
-std::ptrdiff_t ResidualLanes::CloseBackwardPasses() {
-    constexpr double slowest = 0.97, smallest = 1e-200, closing = 46.0;  // e^-46 is 2^-66
-    constexpr Index luck = 12;                                           // until roundings meet
-    const Index span = std::max(frame_.backcastSpan, frame_.margin);
-    const auto reach = static_cast<Index>(frame_.ma->maxLag);
-    double constant = 0.0;
-    for (const double c : shift_) constant = std::max(constant, std::fabs(c));
-    const double bound = 2.0 * (largest_ + constant) * (1.0 + arSize_) / (1.0 - maSize_);
-    if (!(maSize_ <= slowest && bound >= smallest && bound <= near_bound)) return span;
-    if (reach == 0) return frame_.margin;
-
-    std::array<bool, zolv::time_series::max_terms> negative = hasNegative_;
-    for (std::size_t j = 0; j < Size(frame_.ma->count); ++j) {
-        if (hasNegative_[j] && hasPositive_[j]) return span;
-    }
-    const Index steps = reach * (static_cast<Index>(closing / -std::log(maSize_)) + luck);
-    const Index from = frame_.margin + steps, offset = steps + reach;
-    if (from + reach + offset > span) return span;
-    LaneBracket bracket;
-    bracket.from = from;
-    bracket.upper = Row(e_, offset);
-    bracket.negative = negative.data();
-    bracket.rows = reach;
-    std::fill_n(Row(e_, from), reach * stride_, -bound);
-    std::fill_n(Row(bracket.upper, from), reach * stride_, bound);
-    const Index met = kernels_->close[frame_.hasConstant][Quads()](Arrays(), bracket);
-    return met < 0 ? span : met;
-}
-
-bool ResidualLanes::RunFullPasses(const double* w) {
+// The backward passes, with their backcasts, and the forward passes behind them.
+bool ResidualLanes::RunPasses(const double* w) {
     const Index margin = frame_.margin, span = frame_.backcastSpan;
     if (!Spread(w, margin)) return false;
     // What the backward pass may read without having written it: zeros, in w less the constant.
@@ -166,36 +128,54 @@ bool ResidualLanes::RunFullPasses(const double* w) {
             Row(w_, t)[l] = frame_.hasConstant ? 0.0 + -shift_[l] : 0.0;
         }
     }
-    std::fill_n(e_, margin * stride_, 0.0);
+    ClearRows(e_, margin, eZeroBelow_);
     std::fill(Row(e_, std::max(span, margin)), Row(e_, frame_.end), 0.0);
 
     first_.fill(reached);
     squares_.fill(0.0);
     backwardFrom_ = CloseBackwardPasses();
-    kernels_->backward[frame_.hasConstant][Quads()](Arrays(), backwardFrom_);
-    kernels_->backcast[Quads()](Arrays(), reached, first_.data());
+    kernels_->backward[HasApart()][Quads()](Arrays(), backwardFrom_);
+    const Index last = kernels_->backcast[Quads()](Arrays(), reached, first_.data());
+    ClearRows(w_, last, wZeroBelow_);
+    wZeroBelow_ = last;
     if (!WithinBound()) return false;
-    Index last = 1;
     for (std::int64_t& first : first_) first = std::max<std::int64_t>(maxLag_, first);
+    return true;
+}
+
+bool ResidualLanes::RunFullPasses(const double* w) {
+    if (!RunPasses(w)) return false;
+    Index last = 1;
     for (int j = 0; j < frame_.parameters; ++j) {
         last = std::max({last, FirstIndex(Raised(j)), FirstIndex(Lowered(j))});
     }
-    return RunForward(std::max(last, FirstIndex(After())));
+    BeginProducts(std::max(last, FirstIndex(After())));
+    return RunForward();
 }
 
 bool ResidualLanes::RunFrozenPasses(const double* w, Index first) {
     if (!Spread(w, 0)) return false;
     first_.fill(first);
-    std::fill_n(e_, first * stride_, 0.0);
-    return RunForward(frame_.margin);
+    ClearRows(e_, first, eZeroBelow_);
+    wZeroBelow_ = 0;
+    BeginProducts(frame_.margin);
+    return RunForward();
 }
 
-bool ResidualLanes::RunForward(Index productsFrom) {
+bool ResidualLanes::RunOnePass(const double* w, const double* theta) {
+    Begin();
+    Add(First(), theta);
+    if (!RunPasses(w)) return false;
+    BeginProducts(frame_.end);
+    return RunForward();
+}
+
+bool ResidualLanes::RunForward() {
+    eZeroBelow_ = *std::min_element(first_.begin(), first_.end());
     kernels_->start[Quads()](Arrays(), first_.data());
-    BeginProducts(productsFrom);
     for (Index t = rowsEnd_; t < frame_.end; t += forward_block) {
         const Index end = std::min(t + forward_block, frame_.end);
-        kernels_->forward[frame_.hasConstant][Quads()](Arrays(), t, end);
+        kernels_->forward[HasApart()][Quads()](Arrays(), t, end);
         AddProducts(end);
     }
     AddProducts(frame_.end);
@@ -205,6 +185,14 @@ bool ResidualLanes::RunForward(Index productsFrom) {
 void ResidualLanes::Put(int lane, const double* e) {
     for (Index t = 0; t < frame_.end; ++t) Row(e_, t)[lane] = e[t];
     productsFrom_ = -1;
+    eZeroBelow_ = 0;
+}
+
+// Those below a time.
+void ResidualLanes::ClearRows(double* rows, Index below, Index& zeroBelow) {
+    if (zeroBelow >= below) return;
+    std::fill(Row(rows, zeroBelow), Row(rows, below), 0.0);
+    zeroBelow = below;
 }
 
 // A sum of squares never falls: one that ends within the cap has never been above it.
@@ -230,7 +218,8 @@ const LaneProducts& ResidualLanes::SumProducts(Index from) {
 
 void ResidualLanes::BeginProducts(Index from) {
     const int last = frame_.parameters - 1;
-    products_ = LaneProducts{};
+    products_.gradient.fill(0.0);
+    for (std::size_t j = 0; j < Size(last + 2); ++j) products_.matrix[j].fill(0.0);
     products_.minuend = e_ + Lowered(0);
     products_.subtrahend = e_ + Raised(0);
     products_.right = e_ + After();
@@ -242,9 +231,10 @@ void ResidualLanes::BeginProducts(Index from) {
 }
 
 void ResidualLanes::AddProducts(Index end) {
+    if (products_.from >= end) return;
     products_.end = end;
     kernels_->products[Size((frame_.parameters - 1) / 2)](products_);
-    products_.from = std::max(products_.from, end);
+    products_.from = end;
 }
 
 void ResidualLanes::LeaveBackcasts(int lane, double* w) const {

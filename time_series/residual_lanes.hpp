@@ -27,6 +27,9 @@
 
 namespace vek::time_series {
 
+// Far enough below the bound of the recursion, 1.001e18, that no shift by a constant reaches it from there.
+inline constexpr double near_bound = 1e17;
+
 // A model as its passes see it; times are indices of its arrays.
 struct PassFrame {
     const zolv::time_series::LagTerms* ar = nullptr;
@@ -56,9 +59,9 @@ public:
     // bit. With one, the first quad is for the passes that see a series of their own: the first, which
     // changes it, those of the constant's steps, and the last, whose constant has been there and back.
     int First() const { return 0; }
-    int After() const { return 1; }
-    int Raised(int j) const { return Moved(j, 2, 0); }
-    int Lowered(int j) const { return Moved(j, 3, Steps()); }
+    int Raised(int j) const { return Moved(j, 1, 0); }
+    int Lowered(int j) const { return Moved(j, 2, Steps()); }
+    int After() const { return frame_.hasConstant ? 3 : 1; }
     int Second() const { return frame_.hasConstant ? 4 + 2 * Steps() : First(); }
 
     // The points of a run, in the order of their passes; then the run.
@@ -67,6 +70,8 @@ public:
     bool RunFullPasses(const double* w);  // with fresh backcasts
     // With the backcasts in w and from `first` on, as a full pass has left them; the residuals before are 0.
     bool RunFrozenPasses(const double* w, std::ptrdiff_t first);
+    // A single pass, at First(), with fresh backcasts.
+    bool RunOnePass(const double* w, const double* theta);
     // In place of a run: the residuals of one pass.
     void Put(int lane, const double* e);
 
@@ -98,17 +103,24 @@ private:
         return 2 + behind + j;
     }
 
+    bool RunPasses(const double* w);
     bool Spread(const double* w, std::ptrdiff_t from);
-    bool SpreadShifted(const double* w, std::ptrdiff_t start, std::ptrdiff_t count);
-    void FillRows(std::ptrdiff_t start, std::ptrdiff_t count, const double* value);
+    bool SpreadShifted(const double* w);
+    void SpreadAlone(const double* w);
+    void SpreadBackcasts(const double* w, std::ptrdiff_t from);
     std::ptrdiff_t CloseBackwardPasses();
-    bool RunForward(std::ptrdiff_t productsFrom);
+    bool RunForward();
     bool WithinBound() const;
     void BeginProducts(std::ptrdiff_t from);
     void AddProducts(std::ptrdiff_t end);
+    void ClearRows(double* rows, std::ptrdiff_t below, std::ptrdiff_t& zeroBelow);
     void LeaveBackcasts(int lane, double* w) const;
     LaneArrays Arrays();
-    std::size_t Quads() const { return static_cast<std::size_t>(stride_ / lanes_per_quad - 1); }
+    bool HasApart() const { return frame_.hasConstant && points_ > 1; }
+    // In use, less 1.
+    std::size_t Quads() const {
+        return points_ > 1 ? static_cast<std::size_t>(stride_ / lanes_per_quad - 1) : 0;
+    }
     double* Row(double* rows, std::ptrdiff_t t) const { return rows + t * stride_; }
 
     PassFrame frame_;
@@ -116,7 +128,8 @@ private:
     std::ptrdiff_t maxLag_ = 0, rowsEnd_ = 0;
     bool hasLagZero_ = false;
 
-    std::ptrdiff_t stride_ = 0;  // lanes in a row
+    std::ptrdiff_t stride_ = 0;                       // lanes in a row
+    std::ptrdiff_t wZeroBelow_ = 0, eZeroBelow_ = 0;  // rows of the margin that hold nothing but 0
     std::vector<double> memory_;
     double *w_ = nullptr, *e_ = nullptr;                          // a row per time, of w_ below rowsEnd_ only
     double *common_ = nullptr, *apart_ = nullptr;                 // see LaneArrays
