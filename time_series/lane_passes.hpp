@@ -65,7 +65,8 @@ template <class R, bool hasApart>
 [[gnu::always_inline]] inline void RunForward(const LaneArrays lanes, std::ptrdiff_t from,
                                               std::ptrdiff_t end) {
     using Series = typename R::template InCommon<hasApart>;
-    if (lanes.maCount != 1 || lanes.maLag[0] != 1 || lanes.arCount > 3) {
+    constexpr std::size_t most_lanes = 16;  // those of a model with three AR terms, an MA term and a constant
+    if (R::count * R::width > most_lanes || lanes.maCount != 1 || lanes.maLag[0] != 1 || lanes.arCount > 3) {
         RunTimes<R, Series, 1, -1, false>(lanes, from, end);
     } else if (lanes.arCount == 0) {
         RunTimes<R, Series, 1, 0, true>(lanes, from, end);
