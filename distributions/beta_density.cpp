@@ -2,47 +2,13 @@
 
 #include <cmath>
 
+#include "distributions/term_ratios.hpp"
 #include "frame/nan.hpp"
 #include "kernels/log_gamma_lanes.hpp"
 #include "quantiles/beta_quantile.hpp"
 #include "quantiles/noncentral_sums.hpp"
 
 namespace dru::impl {
-
-namespace {
-
-// A count ends where the product of the term ratios falls below this.
-constexpr double count_tolerance = 1e-14;
-
-// Ratios of neighbouring terms are worked out in blocks, which the divider takes side by side, and consumed
-// one by one.
-constexpr int block_size = 8;
-using ratio_block = double[block_size];
-
-// ratio(first), ratio(first + step), ...
-template <class Ratio>
-void fill(ratio_block& block, const Ratio& ratio, double first, double step) {
-#pragma omp simd
-    for (int j = 0; j < block_size; ++j) block[j] = ratio(first + step * static_cast<double>(j));
-}
-
-// Counts the terms on one side of the peak by the product of their ratios. A product that has overflowed, or
-// a NaN, would never come back below the tolerance and ends the count too.
-struct term_count {
-    double product = 1.0;
-    double last = 0.0;  // distance of the last term from the peak
-    bool running = true;
-
-    void take(double ratio) {
-        if (!running) return;
-        product *= ratio;
-        running = product >= count_tolerance && product <= largest_double;
-        if (running) last += 1.0;
-    }
-    bool ended() const { return product < count_tolerance; }
-};
-
-}  // namespace
 
 const beta_log_density& beta_nc_density::log_density(bool mirrored) const {
     if (mirrored) return mirrored_.get([this] { return beta_log_density(b_, a_); });
@@ -68,7 +34,7 @@ beta_nc_density::value beta_nc_density::at(double y) const {
         return {beta_density_at_end(y, a_, b_), true};
     }
     if (l_ == 0.0) return {y < 0.5 ? central(y) : mirrored(1.0 - y), true};
-    return mixture(y);
+    return sum_from(start_at(y), y);
 }
 
 // The log density at y of beta(shape, b), shape = a + k: taken on the mirror above one half.
@@ -86,10 +52,12 @@ double beta_nc_density::log_term(double shape, double y) const {
                              log_b, log_shape);
 }
 
-beta_nc_density::value beta_nc_density::mixture(double y) const {
-    constexpr value undefined{sign_set_nan, false};
-    if (!(l_ > 0.0) || is_infinite(l_)) return undefined;
-    const double a = a_, b = b_, c = c_;
+beta_nc_density::start beta_nc_density::start_at(double y) const {
+    const auto settled = [](double density, bool defined) {
+        return start{0.0, 0.0, true, {density, defined}};
+    };
+    if (!(l_ > 0.0) || is_infinite(l_)) return settled(sign_set_nan, false);
+    const double a = a_, b = b_;
     const double g = y * l_;
     const double R = std::sqrt((a - 1.0) * (a - 1.0) + (g - 1.0) * (g - 1.0) + 2.0 * g * (2.0 * b + a) - 1.0);
     const double peak = std::ceil(((g - 2.0) * a + (4.0 * b + g - 2.0) * 0.5 * g) / (1.0 + a + R) + 0.5 * g);
@@ -97,10 +65,16 @@ beta_nc_density::value beta_nc_density::mixture(double y) const {
     const double k = peak > 0.0 ? peak : 0.0;
     const double P = log_poisson_pmf(k, l_);
     const double Q = log_term(a + k, y);
-    if (Q + P < log_dbl_min) return {0.0, true};
-    if (!(k <= largest_index)) return undefined;
+    if (Q + P < log_dbl_min) return settled(0.0, true);
+    if (!(k <= largest_index)) return settled(sign_set_nan, false);
     const double T = std::exp(Q + P);
-    if (is_nan(T)) return {sign_set_nan, true};  // and so would be any multiple of it
+    if (is_nan(T)) return settled(sign_set_nan, true);  // and so would be any multiple of it
+    return {k, T, false, {}};
+}
+
+beta_nc_density::value beta_nc_density::sum_from(const start& at, double y) const {
+    if (at.settled) return at.answer;
+    const double a = a_, c = c_, g = y * l_, k = at.k, T = at.T;
 
     // Term i above the peak over the one below it, and term i below the peak over the one above it.
     const auto rise = [a, c, g, k](double i) {
@@ -112,40 +86,46 @@ beta_nc_density::value beta_nc_density::mixture(double y) const {
         return c + m == 1.0 ? 0.0 : m * (a + m - 1.0) / g / (c + m - 1.0);
     };
 
-    // Both sides go hand in hand, where each alone would wait for its own last product or sum.
     const bool one_sided = k == 0.0;
+    term_ratios rises(rise);
+    term_ratios falls(fall);
     term_count up, down;
     down.running = !one_sided;
-    ratio_block rises, falls;
-    while (up.running && down.running) {
-        fill(rises, rise, up.last, 1.0);
-        fill(falls, fall, down.last, 1.0);
-        for (int n = 0; n < block_size; ++n) {
-            up.take(rises[n]);
-            down.take(falls[n]);
-        }
-    }
-    while (up.running) up.take(rise(up.last));
-    while (down.running) down.take(fall(down.last));
-    if (!up.ended() || !(down.ended() || one_sided)) return undefined;
-
-    double s = 0.0, w = 0.0;  // sums of the terms above and below the peak, the smallest first
-    double i = up.last, j = one_sided ? -1.0 : down.last;
-    for (; i > j; i -= 1.0) s = (s + 1.0) * rise(i);
-    for (; j > i; j -= 1.0) w = (w + 1.0) * fall(j);
-    for (; i >= block_size - 1; i -= block_size) {
-        fill(rises, rise, i, -1.0);
-        fill(falls, fall, i, -1.0);
-        for (int n = 0; n < block_size; ++n) {
-            s = (s + 1.0) * rises[n];
-            w = (w + 1.0) * falls[n];
-        }
-    }
-    for (; i >= 0.0; i -= 1.0) {
-        s = (s + 1.0) * rise(i);
-        w = (w + 1.0) * fall(i);
-    }
+    count_terms(rises, up, falls, down);
+    if (!up.ended() || !(down.ended() || one_sided)) return {sign_set_nan, false};
+    const auto [s, w] = sum_terms(rises, up.last, falls, one_sided ? -1.0 : down.last);
     return {one_sided ? T * (s + 1.0) : T * (s + 1.0 + w), true};
+}
+
+std::array<beta_nc_density::value, lane_count> beta_nc_density::at(const lane_array& y) const {
+    std::array<start, lane_count> at;
+    bool in_step = true;
+    lane_values k, T;
+    for (std::size_t l = 0; l < lane_count; ++l) {
+        at[l] = start_at(y[l]);
+        in_step = in_step && at[l].k > 0.0 && at[l].k < most_in_step;
+        k.set(static_cast<int>(l), at[l].k);
+        T.set(static_cast<int>(l), at[l].T);
+    }
+    const double a = a_, c = c_;
+    const lane_values g = values_of(y) * l_;
+    const auto rise = [&](double i) {
+        const lane_values m = i + k;
+        return (c + m) * g / (1.0 + m) / (a + m);
+    };
+    const auto fall = [&](double i) {
+        const lane_values m = k - i;
+        return choose(c + m == 1.0, 0.0, m * (a + m - 1.0) / g / (c + m - 1.0));
+    };
+    std::array<value, lane_count> result;
+    lane_values s, w;
+    if (in_step && sum_side_in_step(rise, s) && sum_side_in_step(fall, w)) {
+        const lane_array densities = array_of(T * (s + 1.0 + w));
+        for (std::size_t l = 0; l < lane_count; ++l) result[l] = {densities[l], true};
+    } else {
+        for (std::size_t l = 0; l < lane_count; ++l) result[l] = sum_from(at[l], y[l]);
+    }
+    return result;
 }
 
 double beta_pdf(double y, double a, double b, double nc) {
@@ -213,8 +193,41 @@ void f_density::central(const double* x, std::uint64_t n, double* out) const {
 }
 
 void f_density::operator()(const double* x, std::uint64_t n, double* out) const {
-    if (nc_ == 0.0) return central(x, n, out);
-    for (std::uint64_t i = 0; i < n; ++i) out[i] = (*this)(x[i]);
+    if (nc_ == 0.0) {
+        central(x, n, out);
+    } else if (nc_ > 0.0) {
+        noncentral(x, n, out);
+    } else {
+        for (std::uint64_t i = 0; i < n; ++i) out[i] = (*this)(x[i]);
+    }
+}
+
+void f_density::noncentral(const double* x, std::uint64_t n, double* out) const {
+    lane_groups<1> groups;
+    const auto run = [&](std::size_t, const lane_array& y, const lane_indices& index, std::size_t count) {
+        const auto values = beta_.at(y);
+        log1p_lanes scale;
+        for (std::size_t l = 0; l < lane_count; ++l)
+            scale.log1p(l, x[index[l < count ? l : 0]] * a_ / b_, 1.0);
+        scale.settle();
+        for (std::size_t l = 0; l < count; ++l) {
+            const auto& [D, defined] = values[l];
+            double density = 0.0;
+            if (D > 0.0) density = std::exp(std::log(D) + log_scale_ - 2.0 * scale.values()[l]);
+            out[index[l]] = defined ? density : sign_set_nan;
+        }
+    };
+    const auto alone = [&](std::uint64_t i) { out[i] = (*this)(x[i]); };
+    for (std::uint64_t i = 0; i < n; ++i) {
+        const double t = x[i] * a_;
+        const double y = t / (b_ + t);
+        if (x[i] > 0.0 && y > 0.0 && y < 1.0) {
+            groups.add(0, y, i, run);
+        } else {
+            alone(i);
+        }
+    }
+    groups.finish(run, alone);
 }
 
 }  // namespace dru::impl

@@ -6,8 +6,10 @@
 //         and then summed from its smallest term, so that no terms are stored.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
+#include "kernels/lanes.hpp"
 #include "kernels/log_gamma.hpp"
 #include "quantiles/prepared_once.hpp"
 
@@ -31,6 +33,7 @@ public:
         bool defined;
     };
     value at(double y) const;
+    std::array<value, lane_count> at(const lane_array& y) const;  // four points 0 < y < 1 with l not 0
 
     // The density of the central beta(a, b) at y and of beta(b, a) at y, 0 < y < 1.
     double central(double y) const;
@@ -39,7 +42,14 @@ public:
     const beta_log_density& log_density(bool mirrored) const;
 
 private:
-    value mixture(double y) const;
+    // The largest term T of the mixture at y and its index, or an answer that needs no sums.
+    struct start {
+        double k, T;
+        bool settled;
+        value answer;
+    };
+    start start_at(double y) const;
+    value sum_from(const start& at, double y) const;
     double log_term(double shape, double y) const;
 
     double a_, b_, c_, l_;
@@ -63,6 +73,7 @@ public:
 private:
     double mirrored_density(double w) const;
     void central(const double* x, std::uint64_t n, double* out) const;
+    void noncentral(const double* x, std::uint64_t n, double* out) const;
 
     double a_, b_, nc_;
     double log_scale_;  // ln(a / b)

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 
+#include "kernels/lanes.hpp"
 #include "kernels/log_gamma.hpp"
 
 namespace dru::impl {
@@ -26,7 +27,15 @@ public:
     void at_halves(const double* x, std::uint64_t n, double* out) const;
 
 private:
-    double mixture(double x) const;
+    // The largest term T of the mixture at x and its index, or an answer that needs no sums.
+    struct start {
+        double k, T;
+        bool settled;
+        double answer;
+    };
+    start start_at(double x) const;
+    double sum_from(const start& at, double x) const;
+    lane_array mixture(const lane_array& x) const;
 
     double a_, l_;
     double square_;              // (a - 1)^2, of the radicand

@@ -135,6 +135,23 @@ TEST(PlainF, NoncentralDensityAndTails) {
     }
 }
 
+// Arrays whose mixtures are summed four in step.
+TEST(PlainF, NoncentralDensityOfManyPoints) {
+    Random random(8);
+    Comparison comparison;
+    for (int n = 0; n < rounds(2500); ++n) {
+        const double d1 = random.shape(-1.0, 3.0, shape_thresholds);
+        const double d2 = random.shape(-1.0, 3.0, shape_thresholds);
+        const double nc = random.power(-3.0, random.chance(40) ? 4.5 : 2.0);
+        std::vector<double> x = f_points(random, 50, d1, d2, nc);
+        while (x.size() < 250) x.push_back((1.0 + 2.0 * nc / d1) * random.power(-1.0, 1.0));
+        compare(
+            comparison, x, "density " + list(d1, d2, nc), [&](double y) { return f_pdf(y, d1, d2, nc); },
+            [&](double y) { return zolv_FPdf(y, d1, d2, nc); },
+            [&](const double* y, std::size_t m, double* out) { zolv_ParallelFPdf(y, m, d1, d2, nc, out); });
+    }
+}
+
 // So far out that the mixture's ratios are subnormal, and to both sides of where they become so.
 TEST(PlainF, NoncentralTailsFarOut) {
     Random random(6);

@@ -68,6 +68,23 @@ TEST(PlainChiSquare, NoncentralDensityAndTails) {
     }
 }
 
+// Arrays whose mixtures are summed four in step: many points about the mean, some of them far off.
+TEST(PlainChiSquare, NoncentralDensityOfManyPoints) {
+    Random random(14);
+    Comparison comparison;
+    for (int n = 0; n < rounds(2500); ++n) {
+        const double df = random.shape(-2.0, 4.0, df_thresholds);
+        const double nc = random.power(-3.0, random.chance(40) ? 5.0 : 2.0);
+        std::vector<double> x = points(random, 50, df, nc);
+        const double sd = std::sqrt(2.0 * df + 4.0 * nc);
+        while (x.size() < 250) x.push_back(std::fabs(df + nc + sd * random.between(-6.0, 6.0)) + 1e-6);
+        compare(
+            comparison, x, "density " + list(df, nc), [&](double y) { return chi_square_pdf(y, df, nc); },
+            [&](double y) { return zolv_ChiSqPdf(y, df, nc); },
+            [&](const double* y, std::size_t m, double* out) { zolv_ParallelChiSqPdf(y, m, df, nc, out); });
+    }
+}
+
 // Noncentralities whose sums reach their ceiling, some of them before the mean of the weights:
 // from 1.87824e10 on.
 TEST(PlainChiSquare, NoncentralTailsAtTheCeiling) {
