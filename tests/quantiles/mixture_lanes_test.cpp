@@ -180,6 +180,14 @@ TEST(MixtureLanes, CeilingsOfTheFirstPassBeyondTheMean) {
         const auto right = mixture.right(y);
         for (std::size_t l = 0; l < lane_count; ++l) EXPECT_TRUE(same(right[l], mixture.right(y[l]))) << y[l];
     }
+    const t_nc_distribution distribution(1e5, 136967.0);  // of mean 136967^2 / 2
+    for (const double factor : {1.03, 0.97}) {
+        const double x = 136967.0 * factor;
+        const lane_array near{x, 1.001 * x, 1.002 * x, 0.999 * x};
+        const auto tails = distribution.tails(near);
+        for (std::size_t l = 0; l < lane_count; ++l)
+            EXPECT_TRUE(same(tails[l], distribution.tails(near[l]))) << near[l];
+    }
     const gamma_nc_mixture gamma(0.5, ncp);
     const double sd = std::sqrt(2.0 * ncp);
     for (const lane_array& x : {lane_array{ncp + sd, ncp + 2.0 * sd, ncp + 4.0 * sd, ncp + 6.0 * sd},
