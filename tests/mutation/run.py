@@ -317,7 +317,7 @@ def main():
     arguments.add_argument("--distributions", type=int, default=90, help="places in distributions/")
     arguments.add_argument("--seed", type=int, default=1)
     arguments.add_argument("--again", metavar="RESULT", help="judge again the rows with this result")
-    arguments.add_argument("--file", help="with --again: only this file")
+    arguments.add_argument("--file", nargs="+", help="only these files")
     arguments.add_argument("--quick", action="store_true", help="without the slow tests of other files")
     arguments.add_argument("--results", type=Path, default=HERE / "results.csv")
     arguments.add_argument("--summary", action="store_true")
@@ -328,14 +328,15 @@ def main():
 
     if asked.again:
         listed = known_equivalents()
-        todo = [r for r in done if r["result"] == asked.again and (not asked.file or r["file"] == asked.file) and
-                identity(r) not in listed]
+        todo = [r for r in done if r["result"] == asked.again and identity(r) not in listed]
     else:
         drawn = places.drawn(ROOT, places.FOLDERS[:6], asked.count, asked.seed)[0]
         drawn += places.drawn(ROOT, places.FOLDERS[6:], asked.distributions, asked.seed)[0]
         seen = {(*identity(r), str(r["line"])) for r in done}
         todo = [dict(zip(COLUMNS, place)) for place in drawn]
         todo = [r for r in todo if (*identity(r), str(r["line"])) not in seen]
+    if asked.file:
+        todo = [r for r in todo if r["file"] in asked.file]
     os.nice(5)
     laboratory = Laboratory(asked.quick)
     rows = [r for r in done if r not in todo]
