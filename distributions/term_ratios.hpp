@@ -99,6 +99,15 @@ side_sums sum_terms(const term_ratios<Rise>& rises, double last_up, const term_r
     return {s, w};
 }
 
+// The upper sum where the last index, `top` = largest index of a term plus `last`, has been rounded, beyond
+// 2^53: it steps down from there, and need not come by what was counted. rise_at takes the index itself.
+template <class RiseAt>
+double sum_from_rounded(const RiseAt& rise_at, double top, double last) {
+    double s = 0.0;
+    for (double j = 0.0; j <= last; j += 1.0) s = (s + 1.0) * rise_at(top - j);
+    return s;
+}
+
 // Up to this index of the largest term, the number of terms, some 23 times its root, is a short one.
 inline constexpr double most_in_step = 1e12;
 
