@@ -54,7 +54,13 @@ struct lane_values {
     lane_values(const pair& l, const pair& h) : low(l), high(h) {}
 
     double operator[](int l) const { return l < 2 ? low[l] : high[l - 2]; }
-    void set(int l, double value) { (l < 2 ? low : high)[l & 1] = value; }
+    void set(int l, double value) {
+        if (l < 2) {
+            low[l] = value;
+        } else {
+            high[l - 2] = value;
+        }
+    }
 };
 #define ZOLV_LANE_OPERATION(op)                                                                         \
     [[gnu::always_inline]] inline lane_values operator op(const lane_values& a, const lane_values& b) { \

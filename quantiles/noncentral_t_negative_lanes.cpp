@@ -24,7 +24,7 @@ lane_array run_in_step(const std::array<recurrence, lane_count>& of) {
     constexpr double nothing = 0.0;
     int left = 0;
     for (const recurrence& one : of) left = std::max(left, one.steps);
-    lane_values A0, r, q, e, older{}, newer{}, G, sum{};
+    lane_values A0(0.0), r(0.0), q(0.0), e(0.0), older(0.0), newer(0.0), G(0.0), sum(0.0);
     std::array<const double*, lane_count> half_ratio;
     std::array<int, lane_count> stride{};
     for (int l = 0; l < lane_count; ++l) {
@@ -37,7 +37,7 @@ lane_array run_in_step(const std::array<recurrence, lane_count>& of) {
         half_ratio[static_cast<std::size_t>(l)] = &nothing;
     }
     const auto step = [&] {
-        lane_values ratio;
+        lane_values ratio(0.0);
         for (std::size_t l = 0; l < lane_count; ++l) {
             ratio.set(static_cast<int>(l), *half_ratio[l]);
             half_ratio[l] += stride[l];
