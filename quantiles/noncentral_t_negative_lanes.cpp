@@ -24,24 +24,24 @@ lane_array run_in_step(const std::array<recurrence, lane_count>& of) {
     constexpr double nothing = 0.0;
     int left = 0;
     for (const recurrence& one : of) left = std::max(left, one.steps);
-    lane_values A0(0.0), r(0.0), q(0.0), e(0.0), older(0.0), newer(0.0), G(0.0), sum(0.0);
+    lane_array A0_of, r_of, q_of, e_of, G_of;
     std::array<const double*, lane_count> half_ratio;
     std::array<int, lane_count> stride{};
     for (int l = 0; l < lane_count; ++l) {
-        const recurrence& one = of[static_cast<std::size_t>(l)];
-        A0.set(l, one.from.A0);
-        r.set(l, one.from.r);
-        q.set(l, one.from.q);
-        e.set(l, one.from.e);
-        G.set(l, one.H + (left - one.steps) * 0.5);  // until it joins its values mean nothing
-        half_ratio[static_cast<std::size_t>(l)] = &nothing;
+        const auto at = static_cast<std::size_t>(l);
+        const recurrence& one = of[at];
+        A0_of[at] = one.from.A0;
+        r_of[at] = one.from.r;
+        q_of[at] = one.from.q;
+        e_of[at] = one.from.e;
+        G_of[at] = one.H + (left - one.steps) * 0.5;  // until it joins its values mean nothing
+        half_ratio[at] = &nothing;
     }
+    const lane_values A0 = values_of(A0_of), r = values_of(r_of), q = values_of(q_of), e = values_of(e_of);
+    lane_values older(0.0), newer(0.0), G = values_of(G_of), sum(0.0);
     const auto step = [&] {
-        lane_values ratio(0.0);
-        for (std::size_t l = 0; l < lane_count; ++l) {
-            ratio.set(static_cast<int>(l), *half_ratio[l]);
-            half_ratio[l] += stride[l];
-        }
+        const lane_values ratio = values_of({*half_ratio[0], *half_ratio[1], *half_ratio[2], *half_ratio[3]});
+        for (std::size_t l = 0; l < lane_count; ++l) half_ratio[l] += stride[l];
         G = G - 0.5;
         const lane_values J = G + 1.0;
         const lane_values y = J * r / (2.0 * G + 1.0) * older - ratio * e * q * newer / (2.0 * G + 1.0);
