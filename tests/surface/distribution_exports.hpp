@@ -93,12 +93,21 @@ inline char family(const distribution_export& of) { return of.name[0]; }  // N, 
 inline bool is_binomial(const distribution_export& of) { return of.name[0] == 'B' && of.name[1] == 'i'; }
 inline bool has_tails(const distribution_export& of) { return of.kind != export_kind::density; }
 
-// A noncentrality whose mixture may take seconds: up to 750000 terms each way, or some 20 sqrt(nc); quantiles
-// ask for a hundred of them. Also of the chi-square quantile one that is subnormal.
+// A noncentrality whose sums may take from tens of milliseconds to seconds: quantiles of t ask for a hundred tails
+// of 1e5 terms each; tails of chi-square and F have up to 750000 terms each way, and those of F with large shapes
+// are long below, too; densities reach out some 20 sqrt(nc). Beyond 2^53 tails end at once.
 inline bool is_long_sum(const distribution_export& of, const double* a) {
-    const double last = a[of.arguments - 1], nc = family(of) == 'T' ? std::fabs(last) : last;
-    if (family(of) == 'N' || family(of) == 'B' || !(nc > 0.0 && nc < 1.8e16)) return false;
-    return nc > 1e-200 || (family(of) == 'C' && of.kind == export_kind::quantile && nc < 2.3e-308);
+    const double nc = a[of.arguments - 1];
+    switch (is_binomial(of) ? 'B' : family(of)) {
+        case 'T':
+            return of.kind == export_kind::quantile && std::fabs(nc) > 100.0 && std::fabs(nc) < 1e9;
+        case 'C':
+        case 'F':
+            if (of.kind == export_kind::density) return nc > 1e15 && nc < 1.8e16;
+            return nc > (family(of) == 'C' ? 1e9 : of.kind == export_kind::tail ? 0.1 : 1e-200) && nc < 1e15;
+        default:
+            return false;
+    }
 }
 
 inline std::vector<double> hostile_argument(const distribution_export& of, int position) {
