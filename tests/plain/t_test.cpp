@@ -124,6 +124,37 @@ TEST(PlainT, NoncentralTailsBeyondTheOrigin) {
     }
 }
 
+// To both sides of where a recurrence from 1000 would start below the smallest doubles, and a shorter one
+// serves.
+TEST(PlainT, NoncentralTailsWhereTheRecurrenceGetsShorter) {
+    Random random(28);
+    Comparison comparison;
+    const auto log_start = [](double x, double df, double nc) {
+        const double c = x / std::sqrt(df / 2.0);
+        return t_nc_pdf_saddle(31.622776601683793 * c, 2000.0, nc).log_part + std::log(-0.5 * c) -
+               0.5 * std::log(1000.0);
+    };
+    for (int n = 0; n < rounds(100); ++n) {
+        const double df = random.shape(-1.0, 3.0, {1.0, 2.0, 254.0, 1022.0}), nc = random.power(-2.0, 1.2);
+        double near = -0.1 * std::sqrt(df), far = -1e3 * std::sqrt(df);
+        while (near - far > -1e-16 * far) {
+            const double mid = 0.5 * (near + far);
+            if (mid == near || mid == far) break;
+            (log_start(mid, df, nc) < -690.7755 ? far : near) = mid;
+        }
+        std::vector<double> x{near, far};
+        for (int i = 0; i < 20; ++i)
+            x.push_back(near * (1.0 + random.between(-1.0, 1.0) * random.power(-15.0, -4.5)));
+        const unsigned char upper = n % 4 < 2 ? 1 : 0;
+        compare(
+            comparison, x, "tail " + list(df, nc), [&](double y) { return t_cdf(y, df, nc, upper); },
+            [&](double y) { return zolv_TCdf(y, df, nc, upper); },
+            [&](const double* y, std::size_t m, double* out) {
+                zolv_ParallelTCdf(y, m, df, nc, upper, out);
+            });
+    }
+}
+
 // So far out that the mixture's ratios are subnormal, and to both sides of where they become so.
 TEST(PlainT, NoncentralTailsFarOut) {
     Random random(26);

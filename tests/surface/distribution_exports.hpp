@@ -93,9 +93,9 @@ inline char family(const distribution_export& of) { return of.name[0]; }  // N, 
 inline bool is_binomial(const distribution_export& of) { return of.name[0] == 'B' && of.name[1] == 'i'; }
 inline bool has_tails(const distribution_export& of) { return of.kind != export_kind::density; }
 
-// A noncentrality whose sums may take from tens of milliseconds to seconds: quantiles of t ask for a hundred tails
-// of 1e5 terms each; tails of chi-square and F have up to 750000 terms each way, and those of F with large shapes
-// are long below, too; densities reach out some 20 sqrt(nc). Beyond 2^53 tails end at once.
+// A noncentrality whose sums may take from tens of milliseconds to seconds: quantiles of t ask for a hundred
+// tails of 1e5 terms each; tails of chi-square and F have up to 750000 terms each way, and those of F with
+// large shapes are long below, too; densities reach out some 20 sqrt(nc). Beyond 2^53 tails end at once.
 inline bool is_long_sum(const distribution_export& of, const double* a) {
     const double nc = a[of.arguments - 1];
     switch (is_binomial(of) ? 'B' : family(of)) {

@@ -6,8 +6,8 @@
 // range of the function, save for the cases named below, which the formulas force and whose counts are part
 // of the test.
 //
-// Of the calls with a long sum, one in so many is made. ZOLV_LONG_SUMS=n makes it one in n, with 1 all of them, for
-// hours of work if not filtered to one export; the counts are printed then and not compared.
+// Of the calls with a long sum, one in so many is made. ZOLV_LONG_SUMS=n makes it one in n, with 1 all of
+// them, for hours of work if not filtered to one export; the counts are printed then and not compared.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

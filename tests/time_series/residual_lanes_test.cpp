@@ -372,6 +372,24 @@ TEST(ResidualLanes, EveryShapeOfModelHasTheBitsOfPassesOneAfterAnother) {
     EXPECT_GT(tally.compared, 2000);
 }
 
+// With seasonal MA terms alone the times of one season take no notice of those of another, and backward
+// passes meet there at times of their own.
+TEST(ResidualLanes, SeasonsThatMeetApartHaveTheBitsOfPassesOneAfterAnother) {
+    Tally tally;
+    std::uint64_t seed = 2000000;
+    for (const int season : {2, 3, 5, 12}) {
+        for (const int Q : {1, 2}) {
+            Model m;
+            m.Q = Q, m.S = season, m.constant = Q == 2;
+            m.Finish();
+            for (int repeat = 0; repeat < 40 && !HasFatalFailure(); ++repeat)
+                run_case(++seed, true, tally, &m);
+        }
+    }
+    tally.Print("seasons");
+    EXPECT_GT(tally.met, 300);
+}
+
 // Away from rounding to nearest the series drifts in every pass, and none may be taken for settled.
 // (Downward, the sign of a difference of 0 is what the compiler makes it.)
 TEST(ResidualLanes, TheDriftThatDoesNotSettleIsKept) {
