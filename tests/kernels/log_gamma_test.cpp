@@ -10,6 +10,7 @@
 #include <random>
 #include <string>
 
+#include "kernels/log_gamma_lanes.hpp"
 #include "support/bits.hpp"
 #include "support/platform_bits.hpp"
 #include "support/reference_table.hpp"
@@ -149,6 +150,22 @@ TEST(Log1pSmall, TheLimitItselfTakesTheSeries) {
         EXPECT_SAME_BITS(log1p_small(outside), std::log(outside + 1.0));
         EXPECT_NE(bits(log1p_by_series(outside)), bits(std::log(outside + 1.0)))
             << "the two forms must differ for this to show which one ran";
+    }
+}
+
+TEST(Log1pSmall, LanesAreThoseOfEachArgument) {
+    for (const double sign : {1.0, -1.0}) {
+        const lane_array arguments{0.02, std::nextafter(0.02, inf), std::nextafter(0.02, 0.0), 0.7};
+        log1p_lanes one, other;
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            one.log1p(l, sign * arguments[l], 1.0);
+            other.log1p(l, sign * arguments[lane_count - 1 - l], -1.0);
+        }
+        settle(one, other);
+        for (std::size_t l = 0; l < lane_count; ++l) {
+            EXPECT_SAME_BITS(one.values()[l], log1p_small(sign * arguments[l]));
+            EXPECT_SAME_BITS(other.values()[l], -log1p_small(sign * arguments[lane_count - 1 - l]));
+        }
     }
 }
 
