@@ -40,9 +40,9 @@ SOURCES = places.FOLDERS + ["frame"]
 
 # Whose tests can notice a change in a folder, the nearest first.
 WATCHERS = {
-    "kernels": ["kernels", "distributions", "quantiles", "time_series", "unit_root"],
-    "quantiles": ["quantiles", "distributions"],
-    "distributions": ["distributions", "quantiles", "time_series"],
+    "kernels": ["kernels", "distributions", "quantiles", "time_series", "unit_root", "plain"],
+    "quantiles": ["quantiles", "distributions", "plain"],
+    "distributions": ["distributions", "quantiles", "time_series", "plain"],
     "time_series": ["time_series", "model_search"],
     "model_search": ["model_search", "time_series"],
     "transforms": ["transforms"],
@@ -85,7 +85,7 @@ class Laboratory:
             file = str(Path(entry["file"]).relative_to(ROOT)) if entry["file"].startswith(str(ROOT)) else ""
             parts = Path(file).parts
             tested = len(parts) == 3 and parts[0] == "tests" and file.endswith("_test.cpp") and parts[1] != "surface"
-            if tested or (len(parts) == 2 and parts[0] in SOURCES and "silence" not in file):
+            if "silence" not in file and (tested or (len(parts) == 2 and parts[0] in SOURCES)):
                 self.commands[file] = entry
         listing = subprocess.run(["ninja", "-C", BUILD, "-t", "deps"], capture_output=True, text=True,
                                  check=True).stdout
