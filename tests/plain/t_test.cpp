@@ -137,11 +137,10 @@ TEST(PlainT, NoncentralTailsWhereTheRecurrenceGetsShorter) {
     for (int n = 0; n < rounds(100); ++n) {
         const double df = random.shape(-1.0, 3.0, {1.0, 2.0, 254.0, 1022.0}), nc = random.power(-2.0, 1.2);
         double near = -0.1 * std::sqrt(df), far = -1e3 * std::sqrt(df);
-        while (near - far > -1e-16 * far) {
-            const double mid = 0.5 * (near + far);
-            if (mid == near || mid == far) break;
+        for (double mid = 0.5 * (near + far); mid != near && mid != far; mid = 0.5 * (near + far))
             (log_start(mid, df, nc) < -690.7755 ? far : near) = mid;
-        }
+        ASSERT_GE(log_start(near, df, nc), -690.7755) << list(df, nc);
+        ASSERT_LT(log_start(far, df, nc), -690.7755) << list(df, nc);
         std::vector<double> x{near, far};
         for (int i = 0; i < 20; ++i)
             x.push_back(near * (1.0 + random.between(-1.0, 1.0) * random.power(-15.0, -4.5)));

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-
 namespace {
 
 using dru::impl::chosen_only;
